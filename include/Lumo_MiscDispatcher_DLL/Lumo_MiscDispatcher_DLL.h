@@ -1,0 +1,7 @@
+// Lumo_MiscDispatcher_DLL: every exported facade.
+#ifndef TARN_LUMO_MISCDISPATCHER_DLL_H_INCLUDED
+#define TARN_LUMO_MISCDISPATCHER_DLL_H_INCLUDED
+
+#include <Lumo_MiscDispatcher_DLL/ISumOfVoxels.h>
+
+#endif
