@@ -7,7 +7,7 @@
 
 namespace Tarn::Lumo_DLL {
 
-/// A host fills an ISumOfVoxels::Parameter, calls IOperator::apply and reads outputSum.
+/// A host fills a Parameter's inputVolume, calls IOperator::apply and reads outputSum.
 class ISumOfVoxels {
 public:
     using Parameter = Tarn::Kito::Statistics::SumOfVoxels::Parameter;
@@ -15,9 +15,9 @@ public:
     class IOperator : public Tarn::AncillaryKitoOperators::DLL::Operator {
     public:
         IOperator();
-        IOperator(const IOperator& other);
-        ~IOperator() override;
-        IOperator& operator=(const IOperator& other);
+        IOperator(const IOperator& other) = default;
+        ~IOperator() override = default;
+        IOperator& operator=(const IOperator& other) = default;
 
     protected:
         Tarn::Kito::SmartPointer<Tarn::Kito::IOperator> getOperatorFromParameterObject(

@@ -51,6 +51,15 @@ inline SmartPointer<IOperator> createOperator(const std::string& identifier)
         Tarn::Kito::Factory::DefaultClassFactory::instance().createInstance(identifier));
 }
 
+/// Makes and destroys one temporary of each operator, in the order given. Nothing names a template
+/// instance otherwise, so this use is what puts every instance, with its registration, into the
+/// library; the temporaries do no work.
+template <class... Operators> void forceInstances()
+{
+    const int order[] = {0, (static_cast<void>(Operators()), 0)...};
+    static_cast<void>(order);
+}
+
 } // namespace Tarn::Lumo_DLL::detail
 
 #endif

@@ -1,21 +1,27 @@
+#include <Kito/Statistics/SumOfVoxels/Operator>
 #include <Lumo_MiscDispatcher_DLL/ISumOfVoxels.h>
 
 #include "FacadeSupport.h"
+#include "KitoInstances.h"
+
+namespace {
+template <class T>
+using SumOfVoxels = Tarn::Kito::Statistics::SumOfVoxels::Operator<Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocator::SingleBlockAllocator>>;
+}
+
+#define TARN_MAKE(T) template class Tarn::Kito::Statistics::SumOfVoxels::Operator<Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocator::SingleBlockAllocator>>;
+TARN_OPERATOR_VOXELS(TARN_MAKE)
+#undef TARN_MAKE
 
 namespace Tarn::Lumo_DLL {
 
 using Tarn::Kito::SmartPointer;
 
-ISumOfVoxels::IOperator::IOperator() = default;
-
-ISumOfVoxels::IOperator::IOperator(const IOperator& other) : Tarn::AncillaryKitoOperators::DLL::Operator(other) {}
-
-ISumOfVoxels::IOperator::~IOperator() = default;
-
-ISumOfVoxels::IOperator& ISumOfVoxels::IOperator::operator=(const IOperator& other)
+ISumOfVoxels::IOperator::IOperator()
 {
-    Tarn::AncillaryKitoOperators::DLL::Operator::operator=(other);
-    return *this;
+    detail::forceInstances<SumOfVoxels<Tarn::int8>, SumOfVoxels<Tarn::uint8>, SumOfVoxels<Tarn::int16>,
+                           SumOfVoxels<Tarn::uint16>, SumOfVoxels<Tarn::int32>, SumOfVoxels<Tarn::uint32>,
+                           SumOfVoxels<Tarn::float32>, SumOfVoxels<Tarn::float64>>();
 }
 
 SmartPointer<Tarn::Kito::IOperator>

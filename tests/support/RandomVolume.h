@@ -1,0 +1,135 @@
+// RandomVolume: in-memory volumes filled with reproducible random voxels, and the reference walk
+// that tests compare the library's walks with.
+#ifndef TARN_TESTS_SUPPORT_RANDOMVOLUME_H_INCLUDED
+#define TARN_TESTS_SUPPORT_RANDOMVOLUME_H_INCLUDED
+
+#include <Kito/SingleBlockAllocator>
+#include <Kito/Triple>
+#include <Kito/Types>
+#include <Kito/Volume>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <type_traits>
+#include <vector>
+
+namespace TestSupport {
+
+using Tarn::Kito::Dimension;
+using Tarn::Kito::Position;
+using Tarn::Kito::SizeType;
+
+template <class T> using MemoryVolume = Tarn::Kito::Volume<T, Tarn::Kito::Allocator::SingleBlockAllocator>;
+template <class T> using MemoryVolumePtr = Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocator::SingleBlockAllocator>;
+
+/// The operators' eight voxel types, for typed test suites.
+using OperatorVoxelTypes = ::testing::Types<Tarn::int8, Tarn::uint8, Tarn::int16, Tarn::uint16, Tarn::int32,
+                                            Tarn::uint32, Tarn::float32, Tarn::float64>;
+
+/// The voxel type names as class identifiers spell them, written out here so that tests build
+/// expected identifiers from their own text.
+template <class T> const char* voxelName();
+template <> inline const char* voxelName<Tarn::int8>() { return "Tarn::int8"; }
+template <> inline const char* voxelName<Tarn::uint8>() { return "Tarn::uint8"; }
+template <> inline const char* voxelName<Tarn::int16>() { return "Tarn::int16"; }
+template <> inline const char* voxelName<Tarn::uint16>() { return "Tarn::uint16"; }
+template <> inline const char* voxelName<Tarn::int32>() { return "Tarn::int32"; }
+template <> inline const char* voxelName<Tarn::uint32>() { return "Tarn::uint32"; }
+template <> inline const char* voxelName<Tarn::int64>() { return "Tarn::int64"; }
+template <> inline const char* voxelName<Tarn::uint64>() { return "Tarn::uint64"; }
+template <> inline const char* voxelName<Tarn::float32>() { return "Tarn::float32"; }
+template <> inline const char* voxelName<Tarn::float64>() { return "Tarn::float64"; }
+
+/// One random voxel. Integers cover the whole range of their type, so sums of int32 and uint32 leave
+/// the range in which a double adds exactly; floats mix magnitudes from 1e-3 to 1e6 and both signs,
+/// so the order of additions changes the rounding.
+template <class T> T randomVoxel(std::mt19937_64& engine)
+{
+    if constexpr (std::is_floating_point_v<T>) {
+        std::uniform_real_distribution<double> mantissa(-1.0, 1.0);
+        std::uniform_int_distribution<int> exponent(-3, 6);
+        double scale = 1.0;
+        for (int e = exponent(engine); e > 0; --e) scale *= 10.0;
+        for (int e = exponent(engine); e < 0; ++e) scale /= 10.0;
+        return static_cast<T>(mantissa(engine) * scale);
+    } else {
+        // uniform_int_distribution is not defined for 8-bit types: draw wider and narrow.
+        std::uniform_int_distribution<Tarn::int64> value(std::numeric_limits<T>::min(), std::numeric_limits<T>::max());
+        return static_cast<T>(value(engine));
+    }
+}
+
+/// Writes random voxels into the whole of a volume that still stands in its first view (no region
+/// pushed, default orientation), in storage order, from a fixed seed.
+template <class V> void fillRandom(V& volume, std::uint64_t seed)
+{
+    using T = typename V::VoxelType;
+    std::mt19937_64 engine(seed);
+    for (SizeType t = 0; t < volume.getDimTert(); ++t)
+        for (SizeType s = 0; s < volume.getDimSec(); ++s)
+            for (SizeType p = 0; p < volume.getDimPrim(); ++p)
+                *volume.getPosOffset(Position<SizeType>(p, s, t)) = randomVoxel<T>(engine);
+}
+
+/// A new in-memory volume of dimension with random voxels.
+template <class T> MemoryVolumePtr<T> makeRandomVolume(const Dimension<SizeType>& dimension, std::uint64_t seed)
+{
+    MemoryVolumePtr<T> volume(new MemoryVolume<T>(dimension));
+    fillRandom(*volume, seed);
+    return volume;
+}
+
+/// A volume whose voxels hold their storage index p + P*s + P*S*t, so that a test can tell which
+/// voxel a walk handed over.
+template <class T> MemoryVolumePtr<T> makeIndexVolume(const Dimension<SizeType>& dimension)
+{
+    MemoryVolumePtr<T> volume(new MemoryVolume<T>(dimension));
+    for (SizeType t = 0; t < dimension.tert; ++t)
+        for (SizeType s = 0; s < dimension.sec; ++s)
+            for (SizeType p = 0; p < dimension.prim; ++p)
+                *volume->getPosOffset(Position<SizeType>(p, s, t)) =
+                    static_cast<T>(p + dimension.prim * s + dimension.prim * dimension.sec * t);
+    return volume;
+}
+
+/// The reference walk: every position of the view, tert outermost, then sec, prim innermost,
+/// each voxel read by getValueAt. Calls visit(value, prim, sec, tert).
+template <class V, class Visit> void forEachInView(const V& volume, Visit&& visit)
+{
+    const SizeType nPrim = volume.getDimPrim(), nSec = volume.getDimSec(), nTert = volume.getDimTert();
+    for (SizeType t = 0; t < nTert; ++t)
+        for (SizeType s = 0; s < nSec; ++s)
+            for (SizeType p = 0; p < nPrim; ++p) visit(volume.getValueAt(Position<SizeType>(p, s, t)), p, s, t);
+}
+
+/// The voxels of the view in walk order.
+template <class V> std::vector<typename V::VoxelType> valuesInView(const V& volume)
+{
+    std::vector<typename V::VoxelType> values;
+    forEachInView(volume, [&](const typename V::VoxelType& value, SizeType, SizeType, SizeType) {
+        values.push_back(value);
+    });
+    return values;
+}
+
+/// The bits of a double (or float), for comparisons that must hold to the last bit, NaNs included.
+inline std::uint64_t bitsOf(double value)
+{
+    std::uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+inline std::uint32_t bitsOf(float value)
+{
+    std::uint32_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+} // namespace TestSupport
+
+#endif
