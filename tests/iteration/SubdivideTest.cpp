@@ -190,6 +190,8 @@ TEST(Subdivide, EmptyRegionAddsNoVoxels)
     // events fall on one coordinate, the end sorted first.
     const Region empty = box(1, 1, 1, 0, 0, 0);
     EXPECT_TRUE(withVoxels(Subdivide().subdivide({{empty}, {box(0, 0, 0, 4, 4, 4)}})).empty());
+    // A region that starts beyond the empty one must not be cut back to the empty one's corner.
+    EXPECT_TRUE(withVoxels(Subdivide().subdivide({{empty}, {box(2, 2, 2, 2, 2, 2)}})).empty());
     EXPECT_EQ(withVoxels(Subdivide().subdivide({{box(0, 0, 0, 0, 0, 0), box(0, 0, 0, 2, 2, 2)}, {box(0, 0, 0, 4, 4, 4)}})),
               (RegionList{box(0, 0, 0, 2, 2, 2)}));
 }

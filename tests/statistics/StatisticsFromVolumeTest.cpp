@@ -139,7 +139,7 @@ template <class V> void setView(V& volume, View view)
 const View allViews[] = {View::Whole, View::Region, View::MirroredPermutedRegion, View::Permuted};
 
 template <class T> class StatisticsFromVolumeTyped : public ::testing::Test {};
-TYPED_TEST_SUITE(StatisticsFromVolumeTyped, TestSupport::OperatorVoxelTypes);
+TYPED_TEST_SUITE(StatisticsFromVolumeTyped, TestSupport::OperatorVoxelTypes, TestSupport::VoxelTypeNames);
 
 TYPED_TEST(StatisticsFromVolumeTyped, FacadeMatchesWelfordInWalkOrderBitForBit)
 {

@@ -83,7 +83,7 @@ template <class V> void setView(V& volume, View view)
 const View allViews[] = {View::Whole, View::Region, View::MirroredPermutedRegion, View::MirroredAll};
 
 template <class T> class SumOfVoxelsTyped : public ::testing::Test {};
-TYPED_TEST_SUITE(SumOfVoxelsTyped, TestSupport::OperatorVoxelTypes);
+TYPED_TEST_SUITE(SumOfVoxelsTyped, TestSupport::OperatorVoxelTypes, TestSupport::VoxelTypeNames);
 
 TYPED_TEST(SumOfVoxelsTyped, FacadeSumEqualsTheWalkOrderSumBitForBit)
 {

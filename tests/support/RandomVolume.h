@@ -14,6 +14,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -43,6 +44,11 @@ template <> inline const char* voxelName<Tarn::int64>() { return "Tarn::int64"; 
 template <> inline const char* voxelName<Tarn::uint64>() { return "Tarn::uint64"; }
 template <> inline const char* voxelName<Tarn::float32>() { return "Tarn::float32"; }
 template <> inline const char* voxelName<Tarn::float64>() { return "Tarn::float64"; }
+
+/// Names typed test cases after their voxel type ("SumOfVoxelsTyped/uint16") rather than a number.
+struct VoxelTypeNames {
+    template <class T> static std::string GetName(int) { return std::string(voxelName<T>()).substr(6); }
+};
 
 /// One random voxel. Integers cover the whole range of their type, so sums of int32 and uint32 leave
 /// the range in which a double adds exactly; floats mix magnitudes from 1e-3 to 1e6 and both signs,
