@@ -1,0 +1,24 @@
+// What the sanitizer builds cannot do, for the tests that need it.
+#ifndef LUMO_TESTS_SUPPORT_SANITIZERS_H_INCLUDED
+#define LUMO_TESTS_SUPPORT_SANITIZERS_H_INCLUDED
+
+#include <gtest/gtest.h>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define LUMO_ADDRESS_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define LUMO_ADDRESS_SANITIZER 1
+#endif
+#endif
+
+// AddressSanitizer's operator new ends the program on an impossible size instead of throwing
+// std::bad_alloc, so tests of that failure only run without it.
+#ifdef LUMO_ADDRESS_SANITIZER
+#define LUMO_SKIP_IF_ALLOCATION_FAILURE_CANNOT_THROW()                                                               \
+    GTEST_SKIP() << "AddressSanitizer does not let operator new throw std::bad_alloc"
+#else
+#define LUMO_SKIP_IF_ALLOCATION_FAILURE_CANNOT_THROW() static_cast<void>(0)
+#endif
+
+#endif
