@@ -4,6 +4,7 @@
 #include <Kito/SmartPointer>
 
 #include <gtest/gtest.h>
+#include <support/FailureOf.h>
 
 #include <stdexcept>
 #include <string>
@@ -17,29 +18,8 @@ using Tarn::Kito::SmartPointer;
 using Tarn::Kito::Persistence::DataPtr;
 using Tarn::Kito::Persistence::IComposite;
 
-/// What a caught exception of the Tarn family says about itself.
-struct Failure {
-    std::string className = "no failure";
-    std::string gui;
-    std::string error;
-    std::string origin;
-    std::string file;
-};
-
-template <class F> Failure tarnFailureOf(F&& action)
-{
-    Failure result;
-    try {
-        action();
-    } catch (const Tarn::Exceptions::Exception& failure) {
-        result.className = failure.getClassName();
-        result.gui = failure.what();
-        result.error = failure.getErrorMessage();
-        result.origin = failure.getOrigin();
-        result.file = failure.getFile();
-    }
-    return result;
-}
+using Failure = TestSupport::TarnFailure;
+using TestSupport::tarnFailureOf;
 
 SmartPointer<IComposite> int8Data(Tarn::int8 value)
 {

@@ -6,6 +6,7 @@
 #include <Kito/TripleComposite>
 
 #include <gtest/gtest.h>
+#include <support/FailureOf.h>
 
 #include <algorithm>
 #include <complex>
@@ -39,28 +40,8 @@ using Tarn::Kito::Persistence::CompositeOfProperties;
 using Tarn::Kito::Persistence::DataPtr;
 using Tarn::Kito::Persistence::IComposite;
 
-struct Failure {
-    std::string className = "no failure";
-    std::string gui;
-    std::string error;
-    std::string origin;
-    std::string file;
-};
-
-template <class F> Failure tarnFailureOf(F&& action)
-{
-    Failure result;
-    try {
-        action();
-    } catch (const Tarn::Exceptions::Exception& failure) {
-        result.className = failure.getClassName();
-        result.gui = failure.what();
-        result.error = failure.getErrorMessage();
-        result.origin = failure.getOrigin();
-        result.file = failure.getFile();
-    }
-    return result;
-}
+using Failure = TestSupport::TarnFailure;
+using TestSupport::tarnFailureOf;
 
 template <class E, class F> std::string failureText(F&& action)
 {

@@ -10,6 +10,7 @@
 #include <Kito/Triple>
 #include <Kito/Types>
 #include <Kito/Volume>
+#include <support/FailureOf.h>
 
 #include <stdexcept>
 #include <string>
@@ -36,29 +37,8 @@ inline Dimension<SizeType> dim(SizeType p, SizeType s, SizeType t) { return Dime
 inline Position<SizeType> pos(SizeType p, SizeType s, SizeType t) { return Position<SizeType>(p, s, t); }
 inline Region region(const Dimension<SizeType>& size, const Position<SizeType>& origin) { return Region(size, origin); }
 
-/// What a caught exception of the Tarn family says about itself.
-struct Failure {
-    std::string className = "no failure";
-    std::string gui;
-    std::string error;
-    std::string origin;
-    std::string file;
-};
-
-template <class F> Failure tarnFailureOf(F&& action)
-{
-    Failure result;
-    try {
-        action();
-    } catch (const Tarn::Exceptions::Exception& failure) {
-        result.className = failure.getClassName();
-        result.gui = failure.what();
-        result.error = failure.getErrorMessage();
-        result.origin = failure.getOrigin();
-        result.file = failure.getFile();
-    }
-    return result;
-}
+using Failure = TestSupport::TarnFailure;
+using TestSupport::tarnFailureOf;
 
 /// The text of a failure that is a std::out_of_range but no member of the Tarn family.
 template <class F> std::string plainOutOfRangeOf(F&& action)
