@@ -52,4 +52,12 @@ extern template class Tarn::Kito::Allocator::ExternalBufferAllocator<Tarn::Lumo_
 extern template class Tarn::Kito::Allocator::ExternalBufferAllocator<Tarn::Lumo_DLL::Instances::External1>;
 extern template class Tarn::Kito::Allocator::ExternalBufferAllocator<Tarn::Lumo_DLL::Instances::External2>;
 
+// The stack of regions that every volume instance hands out and takes through its composite face.
+extern template class Tarn::Kito::RegionOfInterestComposite<Tarn::Kito::SizeType>;
+extern template class Tarn::Kito::SmartPointer<Tarn::Kito::RegionOfInterestComposite<Tarn::Kito::SizeType>>;
+extern template class Tarn::Kito::Container::List<Tarn::Kito::RegionOfInterestCompositePtr<Tarn::Kito::SizeType>>;
+extern template class Tarn::Kito::SmartPointer<
+    Tarn::Kito::Container::List<Tarn::Kito::RegionOfInterestCompositePtr<Tarn::Kito::SizeType>>>;
+extern template class Tarn::Kito::Container::ListPtr<Tarn::Kito::RegionOfInterestCompositePtr<Tarn::Kito::SizeType>>;
+
 #endif
