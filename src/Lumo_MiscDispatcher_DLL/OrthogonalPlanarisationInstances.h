@@ -15,10 +15,14 @@ using OrthogonalPlanarisation =
     Tarn::Lumo::PlanarisationOperators::OrthogonalPlanarisationOperator::Operator<InMemory<In>, InMemory<H>>;
 } // namespace Tarn::Lumo_DLL::Instances
 
-// One input type with each of the ten height-map types.
+// One instance with its factory subscription, which its constructor names: declared with the
+// instance, the facade's forcing of the instances does not compile the registration a second time.
 #define TARN_PLANARISATION_INSTANCE(prefix, In, H)                                                 \
     prefix template class Tarn::Lumo::PlanarisationOperators::OrthogonalPlanarisationOperator::Operator< \
-        Tarn::Lumo_DLL::Instances::InMemory<In>, Tarn::Lumo_DLL::Instances::InMemory<H>>;
+        Tarn::Lumo_DLL::Instances::InMemory<In>, Tarn::Lumo_DLL::Instances::InMemory<H>>;          \
+    prefix template class Tarn::Kito::Factory::StaticFactorySubscriber<                            \
+        Tarn::Kito::Factory::DefaultClassFactory, Tarn::Lumo_DLL::Instances::OrthogonalPlanarisation<In, H>>;
+// One input type with each of the ten height-map types.
 #define TARN_PLANARISATION_INSTANCES(prefix, In)                                                   \
     TARN_PLANARISATION_INSTANCE(prefix, In, Tarn::float64)                                         \
     TARN_PLANARISATION_INSTANCE(prefix, In, Tarn::float32)                                         \
