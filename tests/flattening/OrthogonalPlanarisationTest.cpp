@@ -181,6 +181,19 @@ TYPED_TEST(PlanarisationInstances, EveryHeightTypeIsRegistered)
     expectRegistered<In, Tarn::float64>();
 }
 
+TEST(OrthogonalPlanarisation, WideRowsGiveTheSameResultWithEveryThreadCount)
+{
+    // Rows of 1000 and of 2100 columns: the shift takes the rows in blocks of a few, or of one.
+    for (SizeType prim : {1000u, 2100u}) {
+        const MemoryVolumePtr<Tarn::uint16> volume = makeSparseVolume<Tarn::uint16>(dim(prim, 5, 6), 0.9, prim);
+        volume->setOrientation(Orientation(0, 3, 4));
+        const MemoryVolumePtr<Tarn::uint16> heights = makeHeights<Tarn::uint16>(dim(prim, 5, 1), 6, prim + 1);
+        const std::vector<Tarn::uint16> expected = referencePlanarisation(volume, heights);
+        for (int threads : {1, 2, 3, 4})
+            EXPECT_EQ(flattenByFacade(volume, heights, threads), expected) << prim << " columns, " << threads << " threads";
+    }
+}
+
 // ---- hand-checked results -------------------------------------------------------------------------
 
 /// A volume of extent (prim, 1, tert) whose voxels hold first, first + 1, ... in storage order.

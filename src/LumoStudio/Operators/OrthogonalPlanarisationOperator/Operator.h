@@ -77,17 +77,22 @@ void prepareRow(const H* hm, OffsetType hmPrimStride, OffsetType base, OffsetTyp
     }
 }
 
-/// One output slice k: in is the input's slice k, limit is the input's tert extent minus k, so
-/// that "h + k is less than the extent" is "h is less than limit" and cannot overflow. Voxels
-/// whose column is shifted out keep the background the output was filled with.
+/// How many columns a block of rows should hold: their 16-byte entries, 32 KiB, stay in the
+/// fastest caches while a thread sweeps all its slices through the block.
+constexpr SizeType columnsPerBlock = 2048;
+
+/// A block of rows of one output slice k: in is the input's slice k, out the block's first voxel,
+/// column the block's first column, limit the input's tert extent minus k, so that "h + k is less
+/// than the extent" is "h is less than limit" and cannot overflow. Voxels whose column is shifted
+/// out keep the background the output was filled with.
 ///
 /// Never inlined, all state in locals: a store through an 8-bit or 64-bit voxel pointer may alias
 /// fields of the caller, which would force reloads after every voxel.
 template <bool Unit, class T>
-[[gnu::noinline]] void shiftSlice(const T* in, OffsetType limit, const Column* column, T* out, OffsetType outStepPrim,
-                                  OffsetType outStepSec, SizeType nPrim, SizeType nSec)
+[[gnu::noinline]] void shiftRows(const T* in, OffsetType limit, const Column* column, T* out, OffsetType outStepPrim,
+                                 OffsetType outStepSec, SizeType nPrim, SizeType nRows)
 {
-    for (SizeType s = 0; s < nSec; ++s) {
+    for (SizeType s = 0; s < nRows; ++s) {
         for (SizeType p = 0; p < nPrim; ++p) {
             const Column c = *column;
             if (c.height < limit) *out = in[c.offset];
@@ -148,19 +153,21 @@ public:
 
         const Tarn::Kito::Iterating::IterateValues in = input->getIterateValues();
         const Tarn::Kito::Iterating::IterateValues hm = heightMap->getIterateValues();
-        const Tarn::Kito::Iterating::IterateValues out = output->getIterateValues();
+        const Tarn::Kito::Iterating::IterateValues outValues = output->getIterateValues();
         // A resized output that has a turned view shows the new extents turned; the loops stay
         // inside both views whatever the output shows.
-        const SizeType nPrim = std::min(extent.prim, out.countPrim);
-        const SizeType nSec = std::min(extent.sec, out.countSec);
-        const OffsetType nTert = static_cast<OffsetType>(std::min(extent.tert, out.countTert));
+        const SizeType nPrim = std::min(extent.prim, outValues.countPrim);
+        const SizeType nSec = std::min(extent.sec, outValues.countSec);
+        const OffsetType nTert = static_cast<OffsetType>(std::min(extent.tert, outValues.countTert));
         const OffsetType inputTert = static_cast<OffsetType>(extent.tert);
         const Voxel* inFirst = input->getIterator();
         const Height* hmFirst = heightMap->getIterator();
         Voxel* outFirst = output->getIterator();
         detail::Column* table = columns.data();
-        const bool unit = out.primStride == 1;
-        const OffsetType outStepSec = out.secStride - static_cast<OffsetType>(nPrim) * out.primStride;
+        const bool unit = outValues.primStride == 1;
+        const OffsetType outStepSec = outValues.secStride - static_cast<OffsetType>(nPrim) * outValues.primStride;
+
+        const SizeType rowsPerBlock = std::max<SizeType>(1, detail::columnsPerBlock / std::max<SizeType>(1, nPrim));
 
         // The team size goes in the clause, not through omp_set_num_threads: that call would
         // change the default of every later parallel region of the host's thread, long after
@@ -172,16 +179,26 @@ public:
                 detail::prepareRow(hmFirst + s * hm.secStride, hm.primStride, s * in.secStride, in.primStride,
                                    in.tertStride, nPrim, inputTert, table + s * static_cast<OffsetType>(nPrim));
             // The implicit barrier above: every column is ready before any slice is shifted.
-#pragma omp for schedule(static)
-            for (OffsetType k = 0; k < nTert; ++k) {
-                const Voxel* inSlice = inFirst + k * in.tertStride;
-                Voxel* outSlice = outFirst + k * out.tertStride;
-                if (unit)
-                    detail::shiftSlice<true>(inSlice, inputTert - k, table, outSlice, out.primStride, outStepSec,
-                                             nPrim, nSec);
-                else
-                    detail::shiftSlice<false>(inSlice, inputTert - k, table, outSlice, out.primStride, outStepSec,
-                                              nPrim, nSec);
+            //
+            // Each thread sweeps its slices through one block of rows before the next block, so
+            // that the block's columns are read from cache rather than from memory once per slice.
+            // The slices are divided by the same static schedule in every block, which gives every
+            // thread the same slices each time; the blocks need no barrier between them, since
+            // each output voxel is written once, from voxels that the shift does not change.
+            for (SizeType first = 0; first < nSec; first += rowsPerBlock) {
+                const SizeType rows = std::min(rowsPerBlock, nSec - first);
+                const detail::Column* block = table + first * nPrim;
+#pragma omp for schedule(static) nowait
+                for (OffsetType k = 0; k < nTert; ++k) {
+                    const Voxel* inSlice = inFirst + k * in.tertStride;
+                    Voxel* out = outFirst + k * outValues.tertStride + static_cast<OffsetType>(first) * outValues.secStride;
+                    if (unit)
+                        detail::shiftRows<true>(inSlice, inputTert - k, block, out, outValues.primStride, outStepSec,
+                                                nPrim, rows);
+                    else
+                        detail::shiftRows<false>(inSlice, inputTert - k, block, out, outValues.primStride, outStepSec,
+                                                 nPrim, rows);
+                }
             }
         }
         parameter->outputVolume.setValue(DynamicCast<Tarn::Kito::SmartPointer<Tarn::Kito::IVolume>>(output));
