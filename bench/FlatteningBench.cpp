@@ -79,7 +79,8 @@ void runHeightMapFacade(benchmark::State& state, Tarn::uint64 direction)
 
 /// The search as the plain loop has it: a new image of the not-found value, then slice by slice,
 /// with the walk's increments for a view whose prim, sec and tert run along dPrim, and after a
-/// row and a slice by dSec and dTert.
+/// row and a slice by dSec and dTert. The pixel is written back unchanged where nothing is found,
+/// as the operator does; with a branch around the store instead, this loop takes 21 ms along tert.
 void runHeightMapPlain(benchmark::State& state, const Tarn::uint16* first, OffsetType dPrim, OffsetType dSec,
                        OffsetType dTert)
 {
@@ -90,7 +91,7 @@ void runHeightMapPlain(benchmark::State& state, const Tarn::uint16* first, Offse
             Tarn::uint16* o = image.data();
             for (SizeType s = 0; s < edge; ++s) {
                 for (SizeType p = 0; p < edge; ++p, ++o, in += dPrim)
-                    if (*in != 0 && *o == 65535) *o = static_cast<Tarn::uint16>(t);
+                    *o = (*in != 0 && *o == 65535) ? static_cast<Tarn::uint16>(t) : *o;
                 in += dSec;
             }
             in += dTert;
