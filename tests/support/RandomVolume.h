@@ -62,6 +62,9 @@ template <class T> T randomVoxel(std::mt19937_64& engine)
         for (int e = exponent(engine); e > 0; --e) scale *= 10.0;
         for (int e = exponent(engine); e < 0; ++e) scale /= 10.0;
         return static_cast<T>(mantissa(engine) * scale);
+    } else if constexpr (sizeof(T) == 8) {
+        // Every bit pattern is a value; the int64 range below cannot hold uint64's maximum.
+        return static_cast<T>(engine());
     } else {
         // uniform_int_distribution is not defined for 8-bit types: draw wider and narrow.
         std::uniform_int_distribution<Tarn::int64> value(std::numeric_limits<T>::min(), std::numeric_limits<T>::max());
