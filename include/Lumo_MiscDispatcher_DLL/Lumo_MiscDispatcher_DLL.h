@@ -4,6 +4,8 @@
 
 #include <Lumo_MiscDispatcher_DLL/IHeightMap.h>
 #include <Lumo_MiscDispatcher_DLL/IOrthogonalPlanarisationOperator.h>
+#include <Lumo_MiscDispatcher_DLL/IProjectionMax.h>
+#include <Lumo_MiscDispatcher_DLL/IProjectionSum.h>
 #include <Lumo_MiscDispatcher_DLL/IStatisticsFromVolume.h>
 #include <Lumo_MiscDispatcher_DLL/ISumOfTriangleAreas.h>
 #include <Lumo_MiscDispatcher_DLL/ISumOfVoxels.h>
