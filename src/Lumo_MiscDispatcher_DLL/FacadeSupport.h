@@ -44,6 +44,14 @@ inline std::string typeOf(const SmartPointer<Tarn::Kito::IVolume>& volume)
     return Tarn::Kito::DynamicCast<SmartPointer<IComposite>>(volume)->getType();
 }
 
+/// The "second" type of an identifier: that of the output volume when the host placed one there
+/// (it chooses the instance), else the input's.
+inline std::string typeOfSecond(const SmartPointer<Tarn::Kito::IVolume>& input,
+                                const SmartPointer<Tarn::Kito::IVolume>& output)
+{
+    return typeOf(output == 0 ? input : output);
+}
+
 /// The registered instance of identifier; an unknown identifier fails in the factory's words.
 inline SmartPointer<IOperator> createOperator(const std::string& identifier)
 {

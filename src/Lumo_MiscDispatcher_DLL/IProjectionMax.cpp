@@ -34,7 +34,7 @@ SmartPointer<Tarn::Kito::IOperator> IProjectionMax::IOperator::getOperatorFromPa
     if (input == 0) throw detail::facadeFailure("IProjectionMax", ": inputVolume is NULL!");
     const SmartPointer<Tarn::Kito::IVolume> output = p->outputVolume.getValue();
     return detail::createOperator("Tarn::Lumo::ProjectionMax::Operator< " + detail::typeOf(input) + " , " +
-                                  detail::typeOf(output == 0 ? input : output) + " >");
+                                  detail::typeOfSecond(input, output) + " >");
 }
 
 } // namespace Tarn::Lumo_DLL

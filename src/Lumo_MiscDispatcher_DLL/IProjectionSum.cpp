@@ -59,7 +59,7 @@ SmartPointer<Tarn::Kito::IOperator> IProjectionSum::IOperator::getOperatorFromPa
     if (input == 0) throw detail::facadeFailure("IProjectionSum", ": inputVolume is NULL!");
     const SmartPointer<Tarn::Kito::IVolume> output = p->outputVolume.getValue();
     return detail::createOperator("Tarn::Lumo::ProjectionSum::Operator< " + detail::typeOf(input) + " , " +
-                                  detail::typeOf(output == 0 ? input : output) + " >");
+                                  detail::typeOfSecond(input, output) + " >");
 }
 
 } // namespace Tarn::Lumo_DLL

@@ -1,26 +1,53 @@
 #include "BuiltinVolume.h"
 
+#include <cmath>
 #include <cstdint>
 
 namespace LumoTool {
 
 using Tarn::Kito::Dimension;
 using Tarn::Kito::Position;
-using Tarn::Kito::RegionOfInterest;
 using Tarn::Kito::SizeType;
 
 namespace {
-constexpr SizeType sizePrim = 96, sizeSec = 80, sizeTert = 48;
-// The block, in voxels: [16, 80) x [12, 68) x [8, 40).
-constexpr SizeType blockFrom[3] = {16, 12, 8};
-constexpr SizeType blockTo[3] = {80, 68, 40};
-constexpr double sphereCentre[3] = {48.0, 40.0, 24.0};
-constexpr double sphereRadius = 10.0;
+constexpr SizeType sizePrim = 192, sizeSec = 128, sizeTert = 72;
+constexpr SizeType thickness = 10;
+constexpr int sheetValue = 1000, writingValue = 400;
+constexpr int glyphScale = 6; // voxels per font pixel
 
-bool insideBlock(SizeType p, SizeType s, SizeType t)
+/// The depth of the sheet's upper surface: 10 voxels in the middle of prim, 50 at its ends, and up
+/// to 6 more in the middle of sec. Anything real is curved, and the writing follows the surface.
+double surfaceAt(double p, double s)
 {
-    return p >= blockFrom[0] && p < blockTo[0] && s >= blockFrom[1] && s < blockTo[1] && t >= blockFrom[2] &&
-           t < blockTo[2];
+    const double across = (p - 95.5) / 95.5;
+    const double pi = 3.14159265358979323846;
+    return 10.0 + 40.0 * across * across + 6.0 * std::sin(pi * s / static_cast<double>(sizeSec - 1));
+}
+
+SizeType surfaceVoxel(SizeType p, SizeType s)
+{
+    return static_cast<SizeType>(std::lround(surfaceAt(static_cast<double>(p), static_cast<double>(s))));
+}
+
+/// "LUMO" in a 5 x 7 font, one string per row, '#' for ink.
+constexpr const char* glyphs[4][7] = {
+    {"#....", "#....", "#....", "#....", "#....", "#....", "#####"},
+    {"#...#", "#...#", "#...#", "#...#", "#...#", "#...#", ".###."},
+    {"#...#", "##.##", "#.#.#", "#.#.#", "#...#", "#...#", "#...#"},
+    {".###.", "#...#", "#...#", "#...#", "#...#", "#...#", ".###."},
+};
+
+/// Whether the column (p, s) lies under a stroke of the writing, which is centred on the sheet.
+bool underWriting(SizeType p, SizeType s)
+{
+    constexpr long columns = 4 * 6 - 1, rows = 7; // four letters of 5 with a blank column between
+    const long left = (static_cast<long>(sizePrim) - columns * glyphScale) / 2;
+    const long top = (static_cast<long>(sizeSec) - rows * glyphScale) / 2;
+    const long column = (static_cast<long>(p) - left) / glyphScale;
+    const long row = (static_cast<long>(s) - top) / glyphScale;
+    if (static_cast<long>(p) < left || static_cast<long>(s) < top || column >= columns || row >= rows) return false;
+    if (column % 6 == 5) return false;
+    return glyphs[column / 6][row][column % 6] == '#';
 }
 } // namespace
 
@@ -34,41 +61,37 @@ Volume16 makeBuiltinVolume()
         for (SizeType s = 0; s < sizeSec; ++s)
             for (SizeType p = 0; p < sizePrim; ++p) {
                 noise = noise * 1664525u + 1013904223u;
-                const int jitter = static_cast<int>(noise >> 27) - 16; // -16 .. 15
-                const double dp = static_cast<double>(p) - sphereCentre[0];
-                const double ds = static_cast<double>(s) - sphereCentre[1];
-                const double dt = static_cast<double>(t) - sphereCentre[2];
-                int value = 100;
-                if (insideBlock(p, s, t)) value = 1200;
-                if (dp * dp + ds * ds + dt * dt <= sphereRadius * sphereRadius) value = 3000;
-                *voxel++ = static_cast<Tarn::uint16>(value + jitter);
+                const int jitter = static_cast<int>(noise >> 26) - 32; // -32 .. 31
+                const SizeType top = surfaceVoxel(p, s);
+                int value = 0;
+                if (t >= top && t < top + thickness) {
+                    const SizeType depth = t - top;
+                    const bool ink = depth >= builtinWritingDepth && depth < builtinWritingDepth + 2 && underWriting(p, s);
+                    value = (ink ? writingValue : sheetValue) + jitter;
+                }
+                *voxel++ = static_cast<Tarn::uint16>(value);
             }
     return volume;
-}
-
-RegionOfInterest<SizeType> builtinBlockRegion()
-{
-    // The block without the slices that hold the sphere.
-    return RegionOfInterest<SizeType>(Dimension<SizeType>(blockTo[0] - blockFrom[0], blockTo[1] - blockFrom[1], 6),
-                                      Position<SizeType>(blockFrom[0], blockFrom[1], blockFrom[2]));
 }
 
 Table makeBuiltinMesh()
 {
     using Tables = Tarn::Kito::Volume<Tarn::float64, Tarn::Kito::Allocator::SingleBlockAllocator>;
-    const double lo[3] = {double(blockFrom[0]), double(blockFrom[1]), double(blockFrom[2])};
-    const double hi[3] = {double(blockTo[0]), double(blockTo[1]), double(blockTo[2])};
-    // The eight corners of the block, numbered by bits (prim, sec, tert).
-    auto corner = [&](int bits, int axis) { return (bits >> axis) & 1 ? hi[axis] : lo[axis]; };
-    // Two triangles per face.
-    const int faces[12][3] = {{0, 1, 3}, {0, 3, 2}, {4, 5, 7}, {4, 7, 6}, {0, 1, 5}, {0, 5, 4},
-                              {2, 3, 7}, {2, 7, 6}, {0, 2, 6}, {0, 6, 4}, {1, 3, 7}, {1, 7, 5}};
-    Table mesh(new Tables(Dimension<SizeType>(36, 3, 1)));
-    for (SizeType triangle = 0; triangle < 12; ++triangle)
-        for (SizeType vertex = 0; vertex < 3; ++vertex)
-            for (SizeType axis = 0; axis < 3; ++axis)
-                *mesh->getPosOffset(Position<SizeType>(3 * triangle + vertex, axis, 0)) =
-                    corner(faces[triangle][vertex], static_cast<int>(axis));
+    constexpr SizeType cell = 8, cellsPrim = (sizePrim - 1) / cell, cellsSec = (sizeSec - 1) / cell;
+    Table mesh(new Tables(Dimension<SizeType>(3 * 2 * cellsPrim * cellsSec, 3, 1)));
+    SizeType vertex = 0;
+    auto put = [&](SizeType p, SizeType s) {
+        const double at[3] = {static_cast<double>(p), static_cast<double>(s),
+                              surfaceAt(static_cast<double>(p), static_cast<double>(s))};
+        for (SizeType axis = 0; axis < 3; ++axis) *mesh->getPosOffset(Position<SizeType>(vertex, axis, 0)) = at[axis];
+        ++vertex;
+    };
+    for (SizeType j = 0; j < cellsSec; ++j)
+        for (SizeType i = 0; i < cellsPrim; ++i) {
+            const SizeType p0 = i * cell, p1 = p0 + cell, s0 = j * cell, s1 = s0 + cell;
+            put(p0, s0), put(p1, s0), put(p1, s1);
+            put(p0, s0), put(p1, s1), put(p0, s1);
+        }
     return mesh;
 }
 

@@ -1,25 +1,27 @@
-// The demo's built-in data: a small CT-like volume of a few materials, and a triangle mesh.
+// The demo's built-in data: a bent sheet with writing under its surface, and a mesh of that surface.
 #ifndef LUMO_TOOLS_BUILTINVOLUME_H_INCLUDED
 #define LUMO_TOOLS_BUILTINVOLUME_H_INCLUDED
 
 #include <Kito/SingleBlockAllocator>
 #include <Kito/Volume>
 
-#include <string>
-
 namespace LumoTool {
 
 using Volume16 = Tarn::Kito::VolumePtr<Tarn::uint16, Tarn::Kito::Allocator::SingleBlockAllocator>;
 using Table = Tarn::Kito::VolumePtr<Tarn::float64, Tarn::Kito::Allocator::SingleBlockAllocator>;
 
-/// 96 x 80 x 48 voxels of Tarn::uint16: air (about 100) around an aluminium block (about 1200)
-/// with a steel sphere (about 3000) inside it. The noise is reproducible.
+/// 192 x 128 x 72 voxels of Tarn::uint16: a sheet of material (about 1000) ten voxels thick, bent
+/// like a trough along prim and gently along sec, in air that a reconstruction has already masked
+/// to 0. Four voxels under its upper surface (the side towards tert 0) two voxels of lighter
+/// material (about 400) spell "LUMO": a maximum projection through the sheet cannot show them,
+/// because the dense material above and below them wins on every ray. The noise is reproducible.
 Volume16 makeBuiltinVolume();
 
-/// The region of the built-in volume that holds only the aluminium block.
-Tarn::Kito::RegionOfInterest<Tarn::Kito::SizeType> builtinBlockRegion();
+/// How far under the sheet's upper surface the writing lies, in voxels.
+constexpr Tarn::Kito::SizeType builtinWritingDepth = 4;
 
-/// The surface of the block as a vertex table (12 triangles, coordinates in voxels).
+/// The sheet's upper surface as a vertex table: a grid of 8-voxel cells, two triangles each,
+/// coordinates in voxels.
 Table makeBuiltinMesh();
 
 /// The edge of one voxel of the built-in volume.

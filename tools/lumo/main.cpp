@@ -1,11 +1,16 @@
 // lumo: the library's first host. It runs the operators on a built-in volume and prints what a
 // user wants to read. Exit codes: 0 success, 1 a failure reported by the library, 2 bad usage.
 #include "BuiltinVolume.h"
+#include "PngImage.h"
 
 #include <Kito/Kito>
 #include <Lumo_MiscDispatcher_DLL/Lumo_MiscDispatcher_DLL.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
+#include <limits>
+#include <type_traits>
 #include <exception>
 #include <iostream>
 #include <sstream>
@@ -33,18 +38,33 @@ void printHelp(std::ostream& out)
     out << "usage: lumo <command> [arguments]\n"
            "\n"
            "commands:\n"
-           "  demo                        run the operators on the built-in volume and report\n"
+           "  demo [--out DIR]            flatten the built-in bent sheet and write three PNG images\n"
+           "                              to DIR (default: lumo-demo); report what the operators give\n"
            "  sum <volume> [--roi R]      sum of the voxels of the volume's view\n"
            "  statistics <volume> [--roi R]\n"
            "                              minimum, maximum, mean, variance and deviation of the view\n"
            "  area <mesh> [--voxel-size um]\n"
            "                              area of a triangle mesh, in square micrometres\n"
+           "  project-max <volume> [--direction D] [--roi R] [--png FILE]\n"
+           "                              largest value on every ray; D 0 along tert (default), 1 sec,\n"
+           "                              2 prim\n"
+           "  project-sum <volume> [--direction D] [--type T] [--roi R] [--png FILE]\n"
+           "                              sum of every ray, formed in voxel type T (default: the\n"
+           "                              volume's own, which wraps around)\n"
+           "  height-map <volume> [--direction A] [--type T] [--roi R] [--png FILE]\n"
+           "                              depth of the first voxel that is not 0 on every ray; A 0\n"
+           "                              along prim, 1 sec, 2 tert (default); T uint8, uint16 (default)\n"
+           "                              or uint32\n"
+           "  flatten <volume> [--threads N] [--slice K] [--roi R] [--png FILE]\n"
+           "                              height map along tert, then every column moved up by its\n"
+           "                              height; the PNG shows slice K (default 0) of the result\n"
            "  identifiers                 every class identifier known to the class factory\n"
            "  --help                      this text\n"
            "\n"
            "<volume> and <mesh> name the data to work on; 'builtin' is the demo's own volume\n"
-           "(96 x 80 x 48 Tarn::uint16) and the surface mesh of its block. R is a region of the\n"
-           "view as prim,sec,tert,sizePrim,sizeSec,sizeTert.\n";
+           "(192 x 128 x 72 Tarn::uint16, a bent sheet with writing inside) and the mesh of its\n"
+           "upper surface. R is a region of the view as prim,sec,tert,sizePrim,sizeSec,sizeTert.\n"
+           "T is a voxel type: int8, uint8, int16, uint16, int32, uint32, float32 or float64.\n";
 }
 
 template <class P> SmartPointer<IComposite> asComposite(const SmartPointer<P>& parameter)
@@ -83,28 +103,61 @@ Tarn::Kito::RegionOfInterest<SizeType> parseRegion(const std::string& text)
                                                   Tarn::Kito::Position<SizeType>(numbers[0], numbers[1], numbers[2]));
 }
 
-/// The options after a command: only "--roi R" and "--voxel-size x" exist.
+/// The options after a command. Each command takes the ones its help line names.
 struct Options {
     bool hasRegion = false;
     Tarn::Kito::RegionOfInterest<SizeType> region;
     double voxelSize = LumoTool::builtinVoxelSizeInMicrometers;
+    Tarn::uint64 direction = 0;
+    bool hasDirection = false;
+    std::string type;
+    int threads = 0;
+    SizeType slice = 0;
+    std::string png;
+    std::string out = "lumo-demo";
 };
 
-Options parseOptions(const std::vector<std::string>& args, std::size_t from)
+SizeType parseCount(const std::string& text, const char* what)
+{
+    try {
+        std::size_t used = 0;
+        const unsigned long long value = std::stoull(text, &used);
+        if (used == text.size() && text[0] != '-') return value;
+    } catch (const std::logic_error&) {
+    }
+    throw UsageError(std::string(what) + " takes a number that is not negative");
+}
+
+Options parseOptions(const std::vector<std::string>& args, std::size_t from, const std::vector<std::string>& allowed)
 {
     Options options;
     for (std::size_t i = from; i < args.size(); ++i) {
-        if (args[i] == "--roi" && i + 1 < args.size()) {
+        const std::string& name = args[i];
+        if (std::find(allowed.begin(), allowed.end(), name) == allowed.end() || i + 1 >= args.size())
+            throw UsageError("unexpected argument '" + name + "'");
+        const std::string& value = args[++i];
+        if (name == "--roi") {
             options.hasRegion = true;
-            options.region = parseRegion(args[++i]);
-        } else if (args[i] == "--voxel-size" && i + 1 < args.size()) {
+            options.region = parseRegion(value);
+        } else if (name == "--voxel-size") {
             try {
-                options.voxelSize = std::stod(args[++i]);
+                options.voxelSize = std::stod(value);
             } catch (const std::logic_error&) {
                 throw UsageError("--voxel-size takes a number of micrometres");
             }
-        } else {
-            throw UsageError("unexpected argument '" + args[i] + "'");
+        } else if (name == "--direction") {
+            options.direction = parseCount(value, "--direction");
+            options.hasDirection = true;
+        } else if (name == "--type") {
+            options.type = value;
+        } else if (name == "--threads") {
+            options.threads = static_cast<int>(std::min<SizeType>(parseCount(value, "--threads"), 1024));
+        } else if (name == "--slice") {
+            options.slice = parseCount(value, "--slice");
+        } else if (name == "--png") {
+            options.png = value;
+        } else if (name == "--out") {
+            options.out = value;
         }
     }
     return options;
@@ -118,26 +171,76 @@ std::string describe(const Tarn::Kito::IVolume& volume)
     return text.str();
 }
 
-double sumOf(const LumoTool::Volume16& volume)
+SmartPointer<Tarn::Kito::IVolume> asVolume(const LumoTool::Volume16& volume)
+{
+    return DynamicCast<SmartPointer<Tarn::Kito::IVolume>>(volume);
+}
+
+template <class T> using InMemory = Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocator::SingleBlockAllocator>;
+
+/// Calls f with a null pointer of the voxel type whose short name ("uint16") or full name
+/// ("Tarn::uint16") is given: the one place where the tool turns a type name into a type.
+template <class F> void withVoxelType(const std::string& name, F&& f)
+{
+    const std::string shortName = name.rfind("Tarn::", 0) == 0 ? name.substr(6) : name;
+    if (shortName == "int8") return f(static_cast<Tarn::int8*>(nullptr));
+    if (shortName == "uint8") return f(static_cast<Tarn::uint8*>(nullptr));
+    if (shortName == "int16") return f(static_cast<Tarn::int16*>(nullptr));
+    if (shortName == "uint16") return f(static_cast<Tarn::uint16*>(nullptr));
+    if (shortName == "int32") return f(static_cast<Tarn::int32*>(nullptr));
+    if (shortName == "uint32") return f(static_cast<Tarn::uint32*>(nullptr));
+    if (shortName == "int64") return f(static_cast<Tarn::int64*>(nullptr));
+    if (shortName == "uint64") return f(static_cast<Tarn::uint64*>(nullptr));
+    if (shortName == "float32") return f(static_cast<Tarn::float32*>(nullptr));
+    if (shortName == "float64") return f(static_cast<Tarn::float64*>(nullptr));
+    throw UsageError("unknown voxel type '" + name + "'");
+}
+
+/// A volume of one voxel whose only use is to choose an operator's output type.
+SmartPointer<Tarn::Kito::IVolume> placeholderOfType(const std::string& name)
+{
+    SmartPointer<Tarn::Kito::IVolume> result;
+    withVoxelType(name, [&](auto* type) {
+        using T = std::remove_pointer_t<decltype(type)>;
+        InMemory<T> volume(new Tarn::Kito::Volume<T, Tarn::Kito::Allocator::SingleBlockAllocator>(
+            Tarn::Kito::Dimension<SizeType>(1, 1, 1)));
+        result = DynamicCast<SmartPointer<Tarn::Kito::IVolume>>(volume);
+    });
+    return result;
+}
+
+/// Writes the first slice of an operator's result. hidden, when given, is a value left out of the
+/// grey scale: a height map's "not found".
+void writeSlice(const SmartPointer<Tarn::Kito::IVolume>& slice, const std::string& path, bool hideLargest = false)
+{
+    withVoxelType(slice->getVoxelTypeName(), [&](auto* type) {
+        using T = std::remove_pointer_t<decltype(type)>;
+        const InMemory<T> typed = DynamicCast<InMemory<T>>(slice);
+        if (typed == 0) throw std::runtime_error("the result is not held in memory");
+        const T largest = std::numeric_limits<T>::max();
+        LumoTool::writePng(path, LumoTool::imageOf(typed, hideLargest ? &largest : nullptr));
+    });
+}
+
+double sumOf(const SmartPointer<Tarn::Kito::IVolume>& volume)
 {
     SmartPointer<Tarn::Lumo_DLL::ISumOfVoxels::Parameter> p(new Tarn::Lumo_DLL::ISumOfVoxels::Parameter);
-    p->inputVolume.setValue(DynamicCast<SmartPointer<Tarn::Kito::IVolume>>(volume));
+    p->inputVolume.setValue(volume);
     Tarn::Lumo_DLL::ISumOfVoxels::IOperator facade;
     facade.apply(asComposite(p));
     return p->outputSum.getValue();
 }
 
-void printStatistics(const LumoTool::Volume16& volume, const std::string& indent)
+void printStatistics(const SmartPointer<Tarn::Kito::IVolume>& volume, const std::string& indent)
 {
     using Parameter = Tarn::Lumo_DLL::IStatisticsFromVolume::Parameter;
     SmartPointer<Parameter> p(new Parameter);
-    p->inputVolume.setValue(DynamicCast<SmartPointer<Tarn::Kito::IVolume>>(volume));
+    p->inputVolume.setValue(volume);
     Tarn::Lumo_DLL::IStatisticsFromVolume::IOperator facade;
     facade.apply(asComposite(p));
-    std::printf("%sminimum %u, maximum %u, mean %.3f, variance %.3f, standard deviation %.3f\n", indent.c_str(),
-                static_cast<unsigned>(p->outputMinimum.extractValue<Tarn::uint16>()),
-                static_cast<unsigned>(p->outputMaximum.extractValue<Tarn::uint16>()), p->outputMean.getValue(),
-                p->outputVariance.getValue(), p->outputStandardDeviation.getValue());
+    std::printf("%sminimum %s, maximum %s, mean %.3f, variance %.3f, standard deviation %.3f\n", indent.c_str(),
+                p->outputMinimum.getValue()->toString().c_str(), p->outputMaximum.getValue()->toString().c_str(),
+                p->outputMean.getValue(), p->outputVariance.getValue(), p->outputStandardDeviation.getValue());
 }
 
 double areaOf(const LumoTool::Table& mesh, double voxelSize)
@@ -153,25 +256,108 @@ double areaOf(const LumoTool::Table& mesh, double voxelSize)
     return p->outputSumOfTriangleAreas.getValue();
 }
 
-int demo()
+/// A projection of either kind; outputType empty keeps the volume's own type.
+template <class Facade>
+SmartPointer<Tarn::Kito::IVolume> project(const SmartPointer<Tarn::Kito::IVolume>& volume, Tarn::uint64 direction,
+                                          const std::string& outputType)
+{
+    SmartPointer<typename Facade::Parameter> p(new typename Facade::Parameter);
+    p->inputVolume.setValue(volume);
+    p->outputVolume.setValue(outputType.empty() ? SmartPointer<Tarn::Kito::IVolume>() : placeholderOfType(outputType));
+    p->inputDirection.setValue(direction);
+    typename Facade::IOperator facade;
+    facade.apply(asComposite(p));
+    return p->outputVolume.getValue();
+}
+
+/// The height map leaves the volume turned so that its view's tert is the searched axis.
+SmartPointer<Tarn::Kito::IVolume> heightMapOf(const SmartPointer<Tarn::Kito::IVolume>& volume, Tarn::uint64 direction,
+                                              const std::string& outputType)
+{
+    using Parameter = Tarn::Lumo_DLL::IHeightMap::Parameter;
+    SmartPointer<Parameter> p(new Parameter);
+    p->inputVolume.setValue(volume);
+    p->inputDirection.setValue(direction);
+    p->inputNumberOfThreads.setValue(0);
+    p->outputVolume.setValue(placeholderOfType(outputType));
+    Tarn::Lumo_DLL::IHeightMap::IOperator facade;
+    facade.apply(asComposite(p));
+    return p->outputVolume.getValue();
+}
+
+SmartPointer<Tarn::Kito::IVolume> flatten(const SmartPointer<Tarn::Kito::IVolume>& volume,
+                                          const SmartPointer<Tarn::Kito::IVolume>& heightMap, int threads)
+{
+    using Parameter = Tarn::Lumo_DLL::IOrthogonalPlanarisationOperator::Parameter;
+    SmartPointer<Parameter> p(new Parameter);
+    p->inputVolume.setValue(volume);
+    p->inputHeightMapVolume.setValue(heightMap);
+    p->inputNumberOfThreads.setValue(threads);
+    Tarn::Lumo_DLL::IOrthogonalPlanarisationOperator::IOperator facade;
+    facade.apply(asComposite(p));
+    return p->outputVolume.getValue();
+}
+
+void makeDirectory(const std::string& path)
+{
+    std::error_code failure;
+    std::filesystem::create_directories(path, failure);
+    if (failure) throw std::runtime_error("cannot make the directory " + path + ": " + failure.message());
+}
+
+int demo(const Options& options)
 {
     const auto identifiers = Tarn::Kito::Factory::DefaultClassFactory::instance().getIdentifiers();
     std::printf("Lumo demo: %zu class identifiers registered with the class factory\n\n", identifiers.size());
 
-    const LumoTool::Volume16 volume = LumoTool::makeBuiltinVolume();
-    std::printf("Built-in volume: %s, air around an aluminium block with a steel sphere inside\n",
-                describe(*volume).c_str());
+    const LumoTool::Volume16 sheet = LumoTool::makeBuiltinVolume();
+    const SmartPointer<Tarn::Kito::IVolume> volume = asVolume(sheet);
+    std::printf("Built-in volume: %s, a bent sheet ten voxels thick in air masked to 0,\n"
+                "with the word LUMO written in lighter material %llu voxels under its upper surface\n",
+                describe(*volume).c_str(), static_cast<unsigned long long>(LumoTool::builtinWritingDepth));
     std::printf("  sum of all voxels: %.0f\n", sumOf(volume));
-    printStatistics(volume, "  whole volume: ");
-    volume->setRoi(LumoTool::builtinBlockRegion());
-    std::printf("  region %s of the block alone:\n", describe(*volume).c_str());
-    printStatistics(volume, "    ");
-    volume->popRoi();
-
+    printStatistics(volume, "  ");
     const LumoTool::Table mesh = LumoTool::makeBuiltinMesh();
-    std::printf("\nSurface of the block as a mesh of %llu triangles, voxel size %.0f um:\n",
-                static_cast<unsigned long long>(mesh->getDimPrim() / 3), LumoTool::builtinVoxelSizeInMicrometers);
-    std::printf("  area %.0f um^2\n", areaOf(mesh, LumoTool::builtinVoxelSizeInMicrometers));
+    std::printf("  upper surface as a mesh of %llu triangles: %.2f mm^2 at %.0f um per voxel\n",
+                static_cast<unsigned long long>(mesh->getDimPrim() / 3),
+                areaOf(mesh, LumoTool::builtinVoxelSizeInMicrometers) / 1e6, LumoTool::builtinVoxelSizeInMicrometers);
+
+    makeDirectory(options.out);
+    const std::string maxPath = options.out + "/max-projection.png";
+    const std::string heightPath = options.out + "/height-map.png";
+    const std::string flatPath =
+        options.out + "/flattened-slice-" + std::to_string(LumoTool::builtinWritingDepth) + ".png";
+
+    const SmartPointer<Tarn::Kito::IVolume> maximum = project<Tarn::Lumo_DLL::IProjectionMax>(volume, 0, "");
+    writeSlice(maximum, maxPath);
+    std::printf("\n1. Maximum projection along tert (IProjectionMax): %s\n", describe(*maximum).c_str());
+    printStatistics(maximum, "   ");
+    std::printf("   %s: the sheet seen from above, dense material on every ray; the writing\n"
+                "   does not show, since the material above and below it wins each maximum\n",
+                maxPath.c_str());
+
+    const SmartPointer<Tarn::Kito::IVolume> heights = heightMapOf(volume, 2, "uint8");
+    writeSlice(heights, heightPath, true);
+    std::printf("\n2. Height map along tert (IHeightMap): %s, the depth of the first voxel that is not 0\n",
+                describe(*heights).c_str());
+    printStatistics(heights, "   ");
+    std::printf("   %s: the shape of the upper surface, dark where it lies high (small depth),\n"
+                "   bright towards the ends of prim where the sheet bends down\n",
+                heightPath.c_str());
+
+    const SmartPointer<Tarn::Kito::IVolume> flat = flatten(volume, heights, 0);
+    std::printf("\n3. Flattened by the height map (IOrthogonalPlanarisationOperator): %s;\n"
+                "   the upper surface now lies in slice 0 and depth d in slice d\n",
+                describe(*flat).c_str());
+    for (SizeType depth : {SizeType(0), LumoTool::builtinWritingDepth, SizeType(8)}) {
+        flat->setRoiToSlice(depth);
+        std::printf("   slice %llu: ", static_cast<unsigned long long>(depth));
+        printStatistics(flat, "");
+        if (depth == LumoTool::builtinWritingDepth) writeSlice(flat, flatPath);
+        flat->popRoi();
+    }
+    std::printf("   %s: slice %llu, where the writing lies; LUMO is readable, dark on bright\n",
+                flatPath.c_str(), static_cast<unsigned long long>(LumoTool::builtinWritingDepth));
 
     std::printf("\nWhat a host sees when it forgets the volume:\n");
     SmartPointer<Tarn::Lumo_DLL::ISumOfVoxels::Parameter> empty(new Tarn::Lumo_DLL::ISumOfVoxels::Parameter);
@@ -181,6 +367,7 @@ int demo()
     } catch (const std::invalid_argument& failure) {
         std::printf("  %s\n", failure.what());
     }
+    std::printf("\nImages written to %s\n", options.out.c_str());
     return 0;
 }
 
@@ -191,31 +378,66 @@ int identifiers()
     return 0;
 }
 
+/// Prints a single-slice result and writes it when a PNG was asked for.
+void report(const SmartPointer<Tarn::Kito::IVolume>& result, const Options& options, bool hideLargest = false)
+{
+    std::printf("result: %s\n", describe(*result).c_str());
+    printStatistics(result, "");
+    if (!options.png.empty()) {
+        writeSlice(result, options.png, hideLargest);
+        std::printf("written to %s\n", options.png.c_str());
+    }
+}
+
 int run(const std::vector<std::string>& args)
 {
     const std::string& command = args[0];
-    if (command == "demo" && args.size() == 1) return demo();
+    if (command == "demo") return demo(parseOptions(args, 1, {"--out"}));
     if (command == "identifiers" && args.size() == 1) return identifiers();
-    if ((command == "sum" || command == "statistics") && args.size() >= 2) {
-        const Options options = parseOptions(args, 2);
-        const LumoTool::Volume16 volume = volumeNamed(args[1]);
-        if (options.hasRegion) volume->setRoi(options.region);
-        std::printf("%s: %s\n", args[1].c_str(), describe(*volume).c_str());
-        if (command == "sum")
-            std::printf("sum %.17g\n", sumOf(volume));
-        else
-            printStatistics(volume, "");
-        return 0;
-    }
     if (command == "area" && args.size() >= 2) {
-        const Options options = parseOptions(args, 2);
+        const Options options = parseOptions(args, 2, {"--voxel-size"});
         const LumoTool::Table mesh = meshNamed(args[1]);
         std::printf("%s: %llu triangles, voxel size %g um\narea %.17g um^2\n", args[1].c_str(),
                     static_cast<unsigned long long>(mesh->getDimPrim() / 3), options.voxelSize,
                     areaOf(mesh, options.voxelSize));
         return 0;
     }
-    throw UsageError("unknown command or wrong arguments: '" + command + "'");
+    const std::vector<std::string> volumeCommands = {"sum", "statistics", "project-max", "project-sum", "height-map",
+                                                     "flatten"};
+    if (std::find(volumeCommands.begin(), volumeCommands.end(), command) == volumeCommands.end() || args.size() < 2)
+        throw UsageError("unknown command or wrong arguments: '" + command + "'");
+
+    std::vector<std::string> allowed = {"--roi"};
+    if (command == "project-max" || command == "project-sum" || command == "height-map")
+        allowed.insert(allowed.end(), {"--direction", "--png"});
+    if (command == "project-sum" || command == "height-map") allowed.push_back("--type");
+    if (command == "flatten") allowed.insert(allowed.end(), {"--threads", "--slice", "--png"});
+    const Options options = parseOptions(args, 2, allowed);
+    const LumoTool::Volume16 named = volumeNamed(args[1]);
+    if (options.hasRegion) named->setRoi(options.region);
+    const SmartPointer<Tarn::Kito::IVolume> volume = asVolume(named);
+    std::printf("%s: %s\n", args[1].c_str(), describe(*volume).c_str());
+
+    if (command == "sum") {
+        std::printf("sum %.17g\n", sumOf(volume));
+    } else if (command == "statistics") {
+        printStatistics(volume, "");
+    } else if (command == "project-max") {
+        report(project<Tarn::Lumo_DLL::IProjectionMax>(volume, options.direction, ""), options);
+    } else if (command == "project-sum") {
+        report(project<Tarn::Lumo_DLL::IProjectionSum>(volume, options.direction, options.type), options);
+    } else if (command == "height-map") {
+        const Tarn::uint64 direction = options.hasDirection ? options.direction : 2;
+        report(heightMapOf(volume, direction, options.type.empty() ? "uint16" : options.type), options, true);
+    } else {
+        const SmartPointer<Tarn::Kito::IVolume> flat = flatten(volume, heightMapOf(volume, 2, "uint16"), options.threads);
+        std::printf("flattened: %s\n", describe(*flat).c_str());
+        if (options.slice >= flat->getDimTert()) throw UsageError("--slice lies outside the flattened volume");
+        flat->setRoiToSlice(options.slice);
+        std::printf("slice %llu of it: ", static_cast<unsigned long long>(options.slice));
+        report(flat, options);
+    }
+    return 0;
 }
 
 } // namespace
