@@ -1,5 +1,6 @@
 #include <Kito/Exceptions>
 #include <Kito/ForEach>
+#include <Kito/ForEachParallel>
 #include <Kito/Functor>
 #include <Kito/IVolume>
 #include <Kito/Orientation>
@@ -203,6 +204,23 @@ TEST(ForEachWalk, WritesThroughTheVoxelReferenceIntoTheView)
     EXPECT_EQ(TestSupport::valuesInView(*volume), expected);
 }
 
+TEST(ForEachWalk, DecoratedFunctorCountsPositionsFromItsStart)
+{
+    // A slab's copy from the parallel walk: it sees the coordinates of the whole region, so the
+    // serial walk counts each position from the slab's start; the voxels are still the view's.
+    MemoryVolumePtr<Tarn::int16> volume = makeIndexVolume<Tarn::int16>(Dimension<SizeType>(2, 2, 2));
+    using Decorated = Tarn::Kito::Iterating::ForEachParallel::DecoratedFunctor<Recorder<Tarn::int16>>;
+    Decorated recorder(Recorder<Tarn::int16>(), Position<SizeType>(4, 1, 3), Dimension<SizeType>(6, 3, 5));
+    Progress progress;
+    ForEach::apply(recorder, volume, progress, &goOn);
+    const std::vector<Visit> expected = {{0, 4, 1, 3}, {1, 5, 1, 3}, {2, 4, 2, 3}, {3, 5, 2, 3},
+                                         {4, 4, 1, 4}, {5, 5, 1, 4}, {6, 4, 2, 4}, {7, 5, 2, 4}};
+    EXPECT_EQ(recorder.visits, expected);
+    EXPECT_EQ(recorder.start, Position<SizeType>(4, 1, 3));
+    EXPECT_EQ(recorder.wholeExtent, Dimension<SizeType>(6, 3, 5));
+    EXPECT_EQ(progress.getProgress(), 1.0);
+}
+
 // ---- progress and abort ---------------------------------------------------------------------------
 
 /// Notes the progress at the first voxel of every slice; it holds what the walk stored after the
@@ -231,6 +249,23 @@ TEST(ForEachProgress, AddsThePartOfASliceAfterEachSliceAndEndsAtOne)
         EXPECT_EQ(TestSupport::bitsOf(functor.seen[k]), TestSupport::bitsOf(expected[k])) << "slice " << k;
     // The last slice stores 0.99 (rounded), below 1.0: only the end of the walk reaches 1.0.
     EXPECT_LT(steps.back(), 1.0);
+    EXPECT_EQ(progress.getProgress(), 1.0);
+}
+
+TEST(ForEachProgress, DecoratedFunctorDividesBySlicesUpToItsEnd)
+{
+    // A slab starting at slice 3 of the whole advances by 0.99 / (3 + 2) per slice: slabs further
+    // up move more slowly, which nobody sees, since only the slab at slice 0 reports for real.
+    MemoryVolumePtr<Tarn::uint8> volume = makeIndexVolume<Tarn::uint8>(Dimension<SizeType>(2, 2, 2));
+    Progress progress;
+    ProgressAtSliceStart<Tarn::uint8> watcher;
+    watcher.progress = &progress;
+    Tarn::Kito::Iterating::ForEachParallel::DecoratedFunctor<ProgressAtSliceStart<Tarn::uint8>> functor(
+        watcher, Position<SizeType>(0, 0, 3), Dimension<SizeType>(2, 2, 5));
+    ForEach::apply(functor, volume, progress, &goOn);
+    ASSERT_EQ(functor.seen.size(), 2u);
+    EXPECT_EQ(functor.seen[0], 0.0);
+    EXPECT_EQ(TestSupport::bitsOf(functor.seen[1]), TestSupport::bitsOf(0.99 / 5.0));
     EXPECT_EQ(progress.getProgress(), 1.0);
 }
 
