@@ -842,7 +842,7 @@ struct WatchedWalk {
 struct SlowSlices : Functor {
     void operator()(Tarn::uint16&)
     {
-        if (prim == 0 && sec == 0) std::this_thread::sleep_for(std::chrono::microseconds(300));
+        if (prim == 0 && sec == 0) std::this_thread::sleep_for(std::chrono::microseconds(500));
         ++calls;
     }
     SizeType calls = 0;
@@ -851,7 +851,7 @@ struct SlowSlices : Functor {
 TEST_F(ForEachParallelAbort, StopFromAHostThreadEndsEverySlabAtASliceBorder)
 {
     omp_set_num_threads(4);
-    MemoryVolumePtr<Tarn::uint16> volume = makeIndexVolume<Tarn::uint16>(Dimension<SizeType>(4, 3, 400));
+    MemoryVolumePtr<Tarn::uint16> volume = makeIndexVolume<Tarn::uint16>(Dimension<SizeType>(4, 3, 1000));
     WatchedWalk walk;
     const SlowSlices caller;
     ForEachParallel::FunctorList<SlowSlices> result;
@@ -864,7 +864,7 @@ TEST_F(ForEachParallelAbort, StopFromAHostThreadEndsEverySlabAtASliceBorder)
         EXPECT_EQ(copy->calls % 12u, 0u) << "a slice once begun runs to its end";
         walked += copy->calls;
     }
-    EXPECT_LT(walked, 4u * 3u * 400u);
+    EXPECT_LT(walked, 4u * 3u * 1000u);
     // One writer, thread 0: the value never falls, and the walk sets 1.0 at its end.
     EXPECT_TRUE(TestSupport::neverFalls(run.seen));
     EXPECT_EQ(run.seen.back(), 1.0);
