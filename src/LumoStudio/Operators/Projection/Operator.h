@@ -3,7 +3,7 @@
 #ifndef TARN_LUMO_PROJECTION_OPERATOR_H_INCLUDED
 #define TARN_LUMO_PROJECTION_OPERATOR_H_INCLUDED
 
-#include <Kito/Abort>
+#include <Kito/ForEach>
 #include <Kito/Functor>
 #include <Kito/IVolume>
 #include <Kito/Operator>
@@ -112,22 +112,19 @@ It reduceLine(const F& f, It p, V& target, SizeType count, OffsetType dPrim)
 }
 
 /// The serial walk of the input's view, tert outermost, prim innermost, each voxel folded into its
-/// output voxel: progress and the abort byte are looked at after each tert slice, as in
-/// Iterating::ForEach. Returns false if stopped. All loop state is in locals: a store through a
-/// uint8 output may alias anything, fields of f included. Behind a call, for the reason ForEach's
-/// walk gives: inlined into apply, the functor's unwinding would pin its fields to memory.
+/// output voxel. The tert loop with its progress, abort byte and hand-back of the functor is the
+/// serial walk's own; only the lines differ, since a line that falls on one output voxel is folded
+/// into a local. Returns false if stopped. All loop state is in locals: a store through a uint8
+/// output may alias anything. Behind a call, for the reason ForEach's walk gives: inlined into
+/// apply, the functor's unwinding would pin its fields to memory.
 template <bool AlongPrim, bool Unit, class F, class It, class V>
-[[gnu::noinline]] bool walkSlices(F& f, It p, V* q, const Tarn::Kito::Dimension<SizeType>& count, OffsetType dPrim,
+[[gnu::noinline]] bool walkSlices(F& caller, It p, V* q, const Tarn::Kito::Dimension<SizeType>& count, OffsetType dPrim,
                                   OffsetType dSec, OffsetType dTert, const OutputPath& path,
                                   Tarn::Kito::Progress& progress, const std::uint8_t* abort)
 {
-    const SizeType nPrim = count.prim, nSec = count.sec, nTert = count.tert;
+    const SizeType nPrim = count.prim, nSec = count.sec;
     const OffsetType qLine = path.afterLine, qSlice = path.afterSlice;
-    // The last 1% is set by the caller once the walk has really ended.
-    const double step = nTert == 0 ? 0.0 : 0.99 / static_cast<double>(nTert);
-    double reported = 0.0;
-    for (SizeType t = 0; t < nTert; ++t) {
-        f.tert = t;
+    return Tarn::Kito::Iterating::detail::sliceBySlice(caller, 0, count.tert, progress, abort, [&](F& f) {
         for (SizeType s = 0; s < nSec; ++s) {
             f.sec = s;
             if constexpr (AlongPrim)
@@ -141,11 +138,7 @@ template <bool AlongPrim, bool Unit, class F, class It, class V>
         }
         p += dTert;
         q += qSlice;
-        if (Tarn::Kito::stopRequested(abort)) return false; // between slices: a late stop costs one slice
-        reported += step;
-        progress.setProgress(reported);
-    }
-    return true;
+    });
 }
 
 } // namespace detail
