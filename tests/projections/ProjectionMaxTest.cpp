@@ -69,11 +69,11 @@ TYPED_TEST_SUITE(ProjectionMaxTyped, TestSupport::OperatorVoxelTypes, TestSuppor
 TYPED_TEST(ProjectionMaxTyped, FacadeEqualsTheWalkOrderReferenceInEveryDirectionAndView)
 {
     using T = TypeParam;
-    for (View view : allViews)
+    for (const View& view : allViews)
         for (Tarn::uint64 direction = 0; direction < 3; ++direction) {
-            SCOPED_TRACE("view " + std::to_string(int(view)) + ", direction " + std::to_string(direction));
+            SCOPED_TRACE("view " + std::to_string(view.index) + ", direction " + std::to_string(direction));
             MemoryVolumePtr<T> input =
-                TestSupport::makeRandomVolume<T>(Dimension<SizeType>(13, 12, 11), 100 + 3 * int(view) + direction);
+                TestSupport::makeRandomVolume<T>(Dimension<SizeType>(13, 12, 11), 100 + 3 * view.index + direction);
             setView(*input, view);
             const SmartPointer<Parameter> p = projectByFacade(input, direction);
             expectVolume(outputOf<T>(p), expectedDimension(*input, direction), referenceMax(*input, direction));

@@ -94,12 +94,12 @@ TYPED_TEST(ProjectionSumTyped, FacadeEqualsTheWalkOrderReferenceForEveryOutputTy
     using I = TypeParam;
     forEachType(OperatorVoxelList(), [](auto* tag) {
         using O = std::remove_pointer_t<decltype(tag)>;
-        for (View view : allViews)
+        for (const View& view : allViews)
             for (Tarn::uint64 direction = 0; direction < 3; ++direction) {
                 SCOPED_TRACE(std::string("output ") + TestSupport::voxelName<O>() + ", view " +
-                             std::to_string(int(view)) + ", direction " + std::to_string(direction));
+                             std::to_string(view.index) + ", direction " + std::to_string(direction));
                 MemoryVolumePtr<I> input =
-                    TestSupport::makeRandomVolume<I>(Dimension<SizeType>(13, 12, 11), 200 + 3 * int(view) + direction);
+                    TestSupport::makeRandomVolume<I>(Dimension<SizeType>(13, 12, 11), 200 + 3 * view.index + direction);
                 setView(*input, view);
                 const SmartPointer<Parameter> p = sumByFacade<O>(input, direction);
                 expectVolume(outputOf<O>(p), expectedDimension(*input, direction), referenceSum<O>(*input, direction));

@@ -13,6 +13,7 @@
 
 #include <support/RandomVolume.h>
 #include <support/StopWhileRunning.h>
+#include <support/Views.h>
 
 #include <gtest/gtest.h>
 
@@ -48,16 +49,12 @@ template <class Visit, class... T> void forEachType(TypeList<T...>, Visit&& visi
 template <class Parameter, class V>
 SmartPointer<Parameter> parameterFor(const V& input, Tarn::uint64 direction)
 {
-    SmartPointer<Parameter> p(new Parameter);
-    p->inputVolume.setValue(DynamicCast<SmartPointer<IVolume>>(input));
+    SmartPointer<Parameter> p = TestSupport::parameterWithInput<Parameter>(input);
     p->inputDirection.setValue(direction);
     return p;
 }
 
-template <class Parameter> SmartPointer<IComposite> asComposite(const SmartPointer<Parameter>& p)
-{
-    return DynamicCast<SmartPointer<IComposite>>(p);
-}
+using TestSupport::asComposite;
 
 /// The output volume a run left in the parameter object, or NULL if it is of another type.
 template <class T, class Parameter> MemoryVolumePtr<T> outputOf(const SmartPointer<Parameter>& p)
@@ -65,23 +62,13 @@ template <class T, class Parameter> MemoryVolumePtr<T> outputOf(const SmartPoint
     return DynamicCast<MemoryVolumePtr<T>>(p->outputVolume.getValue());
 }
 
-/// The views the comparisons are run on: the whole volume, a region, and a region seen through
-/// a mirrored and permuted orientation.
-enum class View { Whole, Region, MirroredPermutedRegion };
-const View allViews[] = {View::Whole, View::Region, View::MirroredPermutedRegion};
-
-template <class V> void setView(V& volume, View view)
-{
-    switch (view) {
-    case View::Whole: break;
-    case View::Region: volume.setRoi(Region(Dimension<SizeType>(9, 7, 5), Position<SizeType>(3, 2, 4))); break;
-    case View::MirroredPermutedRegion:
-        volume.setRoi(Region(Dimension<SizeType>(10, 8, 6), Position<SizeType>(1, 3, 2)));
-        // View prim = storage tert backwards, view sec = storage prim, view tert = storage sec backwards.
-        volume.setOrientation(Orientation(5, 0, 3));
-        break;
-    }
-}
+/// The views the comparisons are run on: the whole volume, a region, and a region seen with view
+/// prim = storage tert backwards, view sec = storage prim, view tert = storage sec backwards.
+using TestSupport::View;
+using TestSupport::setView;
+const View allViews[] = {
+    TestSupport::wholeView(0), TestSupport::regionView(1, Dimension<SizeType>(9, 7, 5), Position<SizeType>(3, 2, 4)),
+    TestSupport::turnedRegionView(2, Dimension<SizeType>(10, 8, 6), Position<SizeType>(1, 3, 2), Orientation(5, 0, 3))};
 
 /// The output extent of each direction, written out for the test: (P, S, 1), (P, 1, T), (1, S, T).
 inline Dimension<SizeType> expectedDimension(const IVolume& input, Tarn::uint64 direction)

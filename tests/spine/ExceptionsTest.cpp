@@ -1,11 +1,10 @@
 // Tests of the Tarn::Exceptions family: texts, class names, standard bases, copies, the report to
 // sinks, the count of living exceptions, survival without memory and the uncaught-exception report.
 #include <Kito/Exceptions>
+#include <support/RecordingSink.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <list>
@@ -20,39 +19,9 @@ namespace {
 
 namespace E = Tarn::Exceptions;
 
-const std::string rule = "=======================================================================";
-
-/// Collects what the exceptions report. print() writes into storage reserved up front, so that it
-/// also works while allocations fail.
-class RecordingSink : public E::IReportSink {
-public:
-    RecordingSink() { printed.reserve(8192); }
-    void print(const char* format, ...) override
-    {
-        char buffer[1024];
-        va_list args;
-        va_start(args, format);
-        const int n = std::vsnprintf(buffer, sizeof buffer, format, args);
-        va_end(args);
-        if (n > 0 && printed.size() + static_cast<std::size_t>(n) <= printed.capacity()) printed.append(buffer);
-    }
-    void message(const std::string& text) override { messages.push_back(text); }
-
-    std::string printed;
-    std::vector<std::string> messages;
-};
-
-/// Registers a sink for the lifetime of a test.
-class SinkRegistration {
-public:
-    explicit SinkRegistration(E::IReportSink* s) : sink(s) { E::addReportSink(sink); }
-    ~SinkRegistration() { E::removeReportSink(sink); }
-    SinkRegistration(const SinkRegistration&) = delete;
-    SinkRegistration& operator=(const SinkRegistration&) = delete;
-
-private:
-    E::IReportSink* sink;
-};
+using TestSupport::RecordingSink;
+using TestSupport::SinkRegistration;
+using TestSupport::rule;
 
 std::list<std::string> onlyRule() { return {rule}; }
 

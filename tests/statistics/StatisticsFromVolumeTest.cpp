@@ -11,6 +11,7 @@
 #include <support/FailureOf.h>
 #include <support/RandomVolume.h>
 #include <support/StopWhileRunning.h>
+#include <support/Views.h>
 
 #include <gtest/gtest.h>
 
@@ -39,6 +40,9 @@ using TestSupport::bitsOf;
 using TestSupport::invalidArgumentOf;
 using TestSupport::MemoryVolume;
 using TestSupport::MemoryVolumePtr;
+using TestSupport::View;
+using TestSupport::asComposite;
+using TestSupport::setView;
 
 using Region = RegionOfInterest<SizeType>;
 using Parameter = Tarn::Kito::Statistics::StatisticsFromVolume::Parameter;
@@ -49,12 +53,8 @@ template <class P> using StatisticsOperator = Tarn::Kito::Statistics::Statistics
 
 template <class V> SmartPointer<Parameter> parameterFor(const V& volume)
 {
-    SmartPointer<Parameter> p(new Parameter);
-    p->inputVolume.setValue(DynamicCast<SmartPointer<IVolume>>(volume));
-    return p;
+    return TestSupport::parameterWithInput<Parameter>(volume);
 }
-
-SmartPointer<IComposite> asComposite(const SmartPointer<Parameter>& p) { return DynamicCast<SmartPointer<IComposite>>(p); }
 
 /// Welford's recurrence step by step, all in double, minimum and maximum in the voxel type.
 template <class T> struct ReferenceStatistic {
@@ -120,23 +120,12 @@ template <class T> void expectOutputs(const SmartPointer<Parameter>& p, const Re
     EXPECT_EQ(bitsOf(p->outputStandardDeviation.getValue()), bitsOf(std::sqrt(r.variance)));
 }
 
-enum class View { Whole, Region, MirroredPermutedRegion, Permuted };
-
-template <class V> void setView(V& volume, View view)
-{
-    switch (view) {
-    case View::Whole: break;
-    case View::Region: volume.setRoi(Region(Dimension<SizeType>(12, 10, 5), Position<SizeType>(3, 4, 2))); break;
-    case View::MirroredPermutedRegion:
-        volume.setRoi(Region(Dimension<SizeType>(15, 9, 8), Position<SizeType>(2, 5, 1)));
-        // View prim = storage sec backwards, view sec = storage tert, view tert = storage prim backwards.
-        volume.setOrientation(Orientation(3, 4, 1));
-        break;
-    case View::Permuted: volume.setOrientation(Orientation(4, 0, 2)); break;
-    }
-}
-
-const View allViews[] = {View::Whole, View::Region, View::MirroredPermutedRegion, View::Permuted};
+/// The views each typed case is run on; the second region is seen with view prim = storage sec
+/// backwards, view sec = storage tert, view tert = storage prim backwards.
+const View allViews[] = {
+    TestSupport::wholeView(0), TestSupport::regionView(1, Dimension<SizeType>(12, 10, 5), Position<SizeType>(3, 4, 2)),
+    TestSupport::turnedRegionView(2, Dimension<SizeType>(15, 9, 8), Position<SizeType>(2, 5, 1), Orientation(3, 4, 1)),
+    TestSupport::turnedView(3, Orientation(4, 0, 2))};
 
 template <class T> class StatisticsFromVolumeTyped : public ::testing::Test {};
 TYPED_TEST_SUITE(StatisticsFromVolumeTyped, TestSupport::OperatorVoxelTypes, TestSupport::VoxelTypeNames);
@@ -144,9 +133,9 @@ TYPED_TEST_SUITE(StatisticsFromVolumeTyped, TestSupport::OperatorVoxelTypes, Tes
 TYPED_TEST(StatisticsFromVolumeTyped, FacadeMatchesWelfordInWalkOrderBitForBit)
 {
     using T = TypeParam;
-    for (View view : allViews) {
-        SCOPED_TRACE(int(view));
-        MemoryVolumePtr<T> volume = TestSupport::makeRandomVolume<T>(Dimension<SizeType>(21, 16, 12), 300 + int(view));
+    for (const View& view : allViews) {
+        SCOPED_TRACE(view.index);
+        MemoryVolumePtr<T> volume = TestSupport::makeRandomVolume<T>(Dimension<SizeType>(21, 16, 12), 300 + view.index);
         setView(*volume, view);
         const ReferenceStatistic<T> reference = referenceOf(*volume);
         IStatisticsFromVolume::IOperator facade;
@@ -160,9 +149,9 @@ TYPED_TEST(StatisticsFromVolumeTyped, FacadeMatchesWelfordInWalkOrderBitForBit)
 TYPED_TEST(StatisticsFromVolumeTyped, DirectMatchesWelfordInWalkOrderBitForBit)
 {
     using T = TypeParam;
-    for (View view : allViews) {
-        SCOPED_TRACE(int(view));
-        MemoryVolumePtr<T> volume = TestSupport::makeRandomVolume<T>(Dimension<SizeType>(21, 16, 12), 400 + int(view));
+    for (const View& view : allViews) {
+        SCOPED_TRACE(view.index);
+        MemoryVolumePtr<T> volume = TestSupport::makeRandomVolume<T>(Dimension<SizeType>(21, 16, 12), 400 + view.index);
         setView(*volume, view);
         const ReferenceStatistic<T> reference = referenceOf(*volume);
         StatisticsOperator<MemoryVolumePtr<T>> op;

@@ -11,6 +11,7 @@
 #include <support/FailureOf.h>
 #include <support/RandomVolume.h>
 #include <support/StopWhileRunning.h>
+#include <support/Views.h>
 
 #include <gtest/gtest.h>
 
@@ -38,6 +39,9 @@ using TestSupport::bitsOf;
 using TestSupport::invalidArgumentOf;
 using TestSupport::MemoryVolume;
 using TestSupport::MemoryVolumePtr;
+using TestSupport::View;
+using TestSupport::asComposite;
+using TestSupport::setView;
 
 using Region = RegionOfInterest<SizeType>;
 using Parameter = Tarn::Kito::Statistics::SumOfVoxels::Parameter;
@@ -46,12 +50,8 @@ using ChunkAllocator = Tarn::Kito::Allocator::ExternalBufferAllocator<Tarn::Kito
 
 template <class V> SmartPointer<Parameter> parameterFor(const V& volume)
 {
-    SmartPointer<Parameter> p(new Parameter);
-    p->inputVolume.setValue(DynamicCast<SmartPointer<IVolume>>(volume));
-    return p;
+    return TestSupport::parameterWithInput<Parameter>(volume);
 }
-
-SmartPointer<IComposite> asComposite(const SmartPointer<Parameter>& p) { return DynamicCast<SmartPointer<IComposite>>(p); }
 
 /// The sum in walk order, each voxel as a double, one plain addition after the other.
 template <class V> double referenceSum(const V& volume)
@@ -63,24 +63,12 @@ template <class V> double referenceSum(const V& volume)
     return sum;
 }
 
-/// The views each typed case is run on.
-enum class View { Whole, Region, MirroredPermutedRegion, MirroredAll };
-
-template <class V> void setView(V& volume, View view)
-{
-    switch (view) {
-    case View::Whole: break;
-    case View::Region: volume.setRoi(Region(Dimension<SizeType>(11, 9, 6), Position<SizeType>(5, 3, 2))); break;
-    case View::MirroredPermutedRegion:
-        volume.setRoi(Region(Dimension<SizeType>(14, 8, 7), Position<SizeType>(4, 6, 1)));
-        // View prim = storage tert backwards, view sec = storage prim, view tert = storage sec backwards.
-        volume.setOrientation(Orientation(5, 0, 3));
-        break;
-    case View::MirroredAll: volume.setOrientation(Orientation(1, 3, 5)); break;
-    }
-}
-
-const View allViews[] = {View::Whole, View::Region, View::MirroredPermutedRegion, View::MirroredAll};
+/// The views each typed case is run on; the second region is seen with view prim = storage tert
+/// backwards, view sec = storage prim, view tert = storage sec backwards.
+const View allViews[] = {
+    TestSupport::wholeView(0), TestSupport::regionView(1, Dimension<SizeType>(11, 9, 6), Position<SizeType>(5, 3, 2)),
+    TestSupport::turnedRegionView(2, Dimension<SizeType>(14, 8, 7), Position<SizeType>(4, 6, 1), Orientation(5, 0, 3)),
+    TestSupport::turnedView(3, Orientation(1, 3, 5))};
 
 template <class T> class SumOfVoxelsTyped : public ::testing::Test {};
 TYPED_TEST_SUITE(SumOfVoxelsTyped, TestSupport::OperatorVoxelTypes, TestSupport::VoxelTypeNames);
@@ -88,14 +76,14 @@ TYPED_TEST_SUITE(SumOfVoxelsTyped, TestSupport::OperatorVoxelTypes, TestSupport:
 TYPED_TEST(SumOfVoxelsTyped, FacadeSumEqualsTheWalkOrderSumBitForBit)
 {
     using T = TypeParam;
-    for (View view : allViews) {
-        MemoryVolumePtr<T> volume = TestSupport::makeRandomVolume<T>(Dimension<SizeType>(23, 17, 11), 1000 + int(view));
+    for (const View& view : allViews) {
+        MemoryVolumePtr<T> volume = TestSupport::makeRandomVolume<T>(Dimension<SizeType>(23, 17, 11), 1000 + view.index);
         setView(*volume, view);
         const double expected = referenceSum(*volume);
         ISumOfVoxels::IOperator facade;
         SmartPointer<Parameter> p = parameterFor(volume);
         facade.apply(asComposite(p));
-        EXPECT_EQ(bitsOf(p->outputSum.getValue()), bitsOf(expected)) << "view " << int(view);
+        EXPECT_EQ(bitsOf(p->outputSum.getValue()), bitsOf(expected)) << "view " << view.index;
         EXPECT_EQ(facade.getProgress().getProgress(), 1.0);
     }
 }
@@ -103,14 +91,14 @@ TYPED_TEST(SumOfVoxelsTyped, FacadeSumEqualsTheWalkOrderSumBitForBit)
 TYPED_TEST(SumOfVoxelsTyped, DirectSumEqualsTheWalkOrderSumBitForBit)
 {
     using T = TypeParam;
-    for (View view : allViews) {
-        MemoryVolumePtr<T> volume = TestSupport::makeRandomVolume<T>(Dimension<SizeType>(23, 17, 11), 2000 + int(view));
+    for (const View& view : allViews) {
+        MemoryVolumePtr<T> volume = TestSupport::makeRandomVolume<T>(Dimension<SizeType>(23, 17, 11), 2000 + view.index);
         setView(*volume, view);
         const double expected = referenceSum(*volume);
         SumOperator<T> op;
         SmartPointer<Parameter> p = parameterFor(volume);
         op.apply(asComposite(p));
-        EXPECT_EQ(bitsOf(p->outputSum.getValue()), bitsOf(expected)) << "view " << int(view);
+        EXPECT_EQ(bitsOf(p->outputSum.getValue()), bitsOf(expected)) << "view " << view.index;
         EXPECT_EQ(op.getProgress().getProgress(), 1.0);
     }
 }
