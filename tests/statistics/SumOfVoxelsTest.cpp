@@ -19,6 +19,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -204,6 +205,95 @@ TEST(SumOfVoxels, Int32ExtremesAreNotSummedAsIntegers)
     ISumOfVoxels::IOperator facade;
     facade.apply(asComposite(p));
     EXPECT_EQ(p->outputSum.getValue(), 4.0 * 2147483647.0);
+}
+
+/// A volume of extent dim whose voxels are drawn uniformly from [low, high].
+template <class T> MemoryVolumePtr<T> uniformVolume(const Dimension<SizeType>& dim, T low, T high, unsigned seed)
+{
+    MemoryVolumePtr<T> volume(new MemoryVolume<T>(dim));
+    std::mt19937_64 engine(seed);
+    std::uniform_int_distribution<Tarn::int64> draw(low, high);
+    T* voxel = volume->getIterator();
+    for (SizeType i = 0; i < dim.size(); ++i) voxel[i] = static_cast<T>(draw(engine));
+    return volume;
+}
+
+/// The sum of a view's voxels as an integer, without any rounding.
+template <class V> Tarn::int64 integerSumOf(const V& volume)
+{
+    Tarn::int64 sum = 0;
+    TestSupport::forEachInView(volume, [&](const typename V::VoxelType& value, SizeType, SizeType, SizeType) {
+        sum += static_cast<Tarn::int64>(value);
+    });
+    return sum;
+}
+
+/// Large 32-bit voxels whose partial sums pass 2^53 in magnitude: from there on the double chain
+/// rounds, and the operator must round exactly as the chain does, in walk order, not give the
+/// integer sum. Each view is checked against the chain and against the integer sum rounded once.
+template <class T> void expectTheChainsRoundingAbove2To53(T low, T high, unsigned seed)
+{
+    // 5.2 million voxels of about 2^31 in magnitude: the partial sums pass 2^53 after about 4.2 million.
+    MemoryVolumePtr<T> volume = uniformVolume<T>(Dimension<SizeType>(256, 128, 160), low, high, seed);
+    const View views[] = {
+        TestSupport::wholeView(0),
+        TestSupport::regionView(1, Dimension<SizeType>(250, 127, 159), Position<SizeType>(3, 1, 0)),
+        TestSupport::turnedRegionView(2, Dimension<SizeType>(255, 128, 159), Position<SizeType>(1, 0, 1),
+                                      Orientation(1, 5, 2)),
+        TestSupport::turnedView(3, Orientation(4, 1, 2))};
+    for (const View& view : views) {
+        SCOPED_TRACE(view.index);
+        volume->clearRoiStack();
+        volume->setOrientation(Orientation(0, 2, 4));
+        setView(*volume, view);
+        const double chain = referenceSum(*volume);
+        const Tarn::int64 exact = integerSumOf(*volume);
+        ASSERT_GT(exact < 0 ? -exact : exact, Tarn::int64(1) << 53);
+        SumOperator<T> op;
+        SmartPointer<Parameter> p = parameterFor(volume);
+        op.apply(asComposite(p));
+        EXPECT_EQ(bitsOf(p->outputSum.getValue()), bitsOf(chain));
+        // The chain's rounding shows: the integer sum rounded once is another double.
+        EXPECT_NE(bitsOf(chain), bitsOf(static_cast<double>(exact)));
+        EXPECT_EQ(op.getProgress().getProgress(), 1.0);
+    }
+}
+
+TEST(SumOfVoxels, Int32PartialSumsPast2To53RoundAsTheChainDoes)
+{
+    expectTheChainsRoundingAbove2To53<Tarn::int32>(2147000000, 2147483647, 11);
+}
+
+TEST(SumOfVoxels, NegativeInt32PartialSumsPast2To53RoundAsTheChainDoes)
+{
+    expectTheChainsRoundingAbove2To53<Tarn::int32>(-2147483647 - 1, -2147000000, 12);
+}
+
+TEST(SumOfVoxels, Uint32PartialSumsPast2To53RoundAsTheChainDoes)
+{
+    expectTheChainsRoundingAbove2To53<Tarn::uint32>(4294000000u, 4294967295u, 13);
+}
+
+TEST(SumOfVoxels, Int32SumThatComesBackBelow2To53KeepsTheChainsRounding)
+{
+    // Positive voxels first, negative ones after: the partial sums rise past 2^53 and come back
+    // far below it. The rounding that happened on the way stays in the chain's result.
+    const SizeType nPrim = 512, nSec = 512, nTert = 40;
+    MemoryVolumePtr<Tarn::int32> volume(new MemoryVolume<Tarn::int32>(Dimension<SizeType>(nPrim, nSec, nTert)));
+    std::mt19937_64 engine(14);
+    std::uniform_int_distribution<Tarn::int64> high(2147000000, 2147483647);
+    Tarn::int32* voxel = volume->getIterator();
+    const SizeType half = nPrim * nSec * nTert / 2;
+    for (SizeType i = 0; i < half; ++i) voxel[i] = static_cast<Tarn::int32>(high(engine));
+    for (SizeType i = half; i < 2 * half; ++i) voxel[i] = static_cast<Tarn::int32>(-high(engine));
+    const double chain = referenceSum(*volume);
+    const Tarn::int64 exact = integerSumOf(*volume);
+    ASSERT_LT(exact < 0 ? -exact : exact, Tarn::int64(1) << 53);
+    EXPECT_NE(bitsOf(chain), bitsOf(static_cast<double>(exact)));
+    SumOperator<Tarn::int32> op;
+    SmartPointer<Parameter> p = parameterFor(volume);
+    op.apply(asComposite(p));
+    EXPECT_EQ(bitsOf(p->outputSum.getValue()), bitsOf(chain));
 }
 
 TEST(SumOfVoxels, SameParameterAndOperatorCanRunAgain)
