@@ -11,6 +11,7 @@
 #include <support/Sanitizers.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <exception>
 #include <limits>
 #include <new>
@@ -107,6 +108,28 @@ TEST(SingleBlockAllocator, AllocatesOneBlockDescribedByOneRegion)
     SingleBlock::release(storage);
     EXPECT_EQ(storage.begin, nullptr);
     EXPECT_TRUE(storage.blocks.empty());
+}
+
+TEST(SingleBlockAllocator, BlocksOf2MiBAndMoreStartAtA2MiBBoundary)
+{
+    const std::uintptr_t twoMiB = std::uintptr_t(1) << 21;
+    // 1024 x 1024 x 1 uint16 voxels are exactly 2 MiB; 3 x 5 x 7 of them far less.
+    for (const Dimension<SizeType>& size : {dim(1024, 1024, 1), dim(1000, 1000, 3), dim(512, 512, 256)}) {
+        auto storage = SingleBlock::allocate<Tarn::uint16>(size);
+        ASSERT_NE(storage.begin, nullptr);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(storage.begin) % twoMiB, 0u);
+        // Every voxel is ours, to the last.
+        storage.begin[0] = 1;
+        storage.begin[size.size() - 1] = 2;
+        EXPECT_EQ(storage.begin[size.size() - 1], 2);
+        SingleBlock::release(storage);
+        EXPECT_EQ(storage.begin, nullptr);
+    }
+    MemoryVolume<double> volume(dim(64, 64, 64));
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(volume.getIterator()) % twoMiB, 0u);
+    volume.reallocate(dim(3, 5, 7));
+    volume.fill(1.5);
+    EXPECT_EQ(volume.getValueAt(pos(2, 4, 6)), 1.5);
 }
 
 TEST(SingleBlockAllocator, EmptySizeGivesEmptyStorage)
