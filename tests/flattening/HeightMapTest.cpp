@@ -135,6 +135,46 @@ TYPED_TEST(HeightMapTyped, EveryHeightTypeInEveryDirectionMatchesThePlainLoop)
     expectReferenceHeights<In, Tarn::uint32>(300);
 }
 
+/// Long, nearly empty rays in every direction, on volumes stretched along each axis in turn: most
+/// rays find their first material after a long run of background or none at all, some at heights
+/// that a Tarn::uint8 image wraps, and the search ends rays and layers early wherever it can.
+template <class In, class Out> void expectReferenceHeightsOfLongRays(std::uint64_t seed)
+{
+    const Dimension<SizeType> sizes[] = {dim(283, 11, 13), dim(12, 281, 10), dim(9, 13, 285)};
+    for (const Dimension<SizeType>& size : sizes) {
+        const Region r(dim(size.prim - 2, size.sec - 1, size.tert - 2), pos(1, 1, 2));
+        for (unsigned direction = 0; direction < 3; ++direction) {
+            SCOPED_TRACE("size " + std::to_string(size.prim) + "x" + std::to_string(size.sec) + "x" +
+                         std::to_string(size.tert) + ", direction " + std::to_string(direction));
+            const MemoryVolumePtr<In> volume = makeSparseVolume<In>(size, 0.004, seed + direction);
+            volume->setRoi(r);
+            const std::vector<In> before = storageValues(volume);
+            const std::vector<Out> expected = referenceHeights<Out>(before, size, r, direction);
+            const MemoryVolumePtr<Out> heights = searchByFacade<Out>(volume, direction);
+            ASSERT_FALSE(heights == 0);
+            EXPECT_EQ(viewValues(heights), expected);
+        }
+    }
+}
+
+TYPED_TEST(HeightMapTyped, LongSparseRaysInEveryDirectionMatchThePlainLoop)
+{
+    using In = TypeParam;
+    expectReferenceHeightsOfLongRays<In, Tarn::uint8>(400);
+    expectReferenceHeightsOfLongRays<In, Tarn::uint16>(500);
+    expectReferenceHeightsOfLongRays<In, Tarn::uint32>(600);
+}
+
+TYPED_TEST(HeightMapTyped, MaterialEverywhereGivesHeightZeroInEveryDirection)
+{
+    using In = TypeParam;
+    const MemoryVolumePtr<In> volume = makeSparseVolume<In>(dim(70, 66, 68), 1.0, 8);
+    for (unsigned direction = 0; direction < 3; ++direction) {
+        const std::vector<Tarn::uint16> heights = viewValues(searchByFacade<Tarn::uint16>(volume, direction));
+        EXPECT_EQ(heights, std::vector<Tarn::uint16>(heights.size(), 0)) << "direction " << direction;
+    }
+}
+
 TYPED_TEST(HeightMapTyped, SecondRunWithAnotherDirectionStartsFromTheStoredAxes)
 {
     using In = TypeParam;
@@ -231,6 +271,24 @@ TEST(HeightMap, Uint8HeightsWrapAroundAbove255)
     *volume->getPosOffset(pos(3, 0, 299)) = 9;
     EXPECT_EQ(viewValues(searchByFacade<Tarn::uint8>(volume, 2)), (std::vector<Tarn::uint8>{1, 0, 255, 43}));
     EXPECT_EQ(viewValues(searchByFacade<Tarn::uint16>(volume, 2)), (std::vector<Tarn::uint16>{255, 256, 255, 299}));
+}
+
+TEST(HeightMap, Uint8HeightsWrapAroundAbove255AlongPrimAndSec)
+{
+    // The pixels of Uint8HeightsWrapAroundAbove255, with the rays along prim and then along sec.
+    // Along prim the view prim is sec backwards: pixel k lies at storage sec 3 - k.
+    MemoryVolumePtr<Tarn::uint16> alongPrim(new MemoryVolume<Tarn::uint16>(dim(300, 4, 1)));
+    alongPrim->fill(0);
+    for (const Position<SizeType>& at : {pos(255, 3, 0), pos(257, 3, 0), pos(256, 2, 0), pos(258, 2, 0), pos(255, 1, 0),
+                                         pos(299, 0, 0)})
+        *alongPrim->getPosOffset(at) = 9;
+    EXPECT_EQ(viewValues(searchByFacade<Tarn::uint8>(alongPrim, 0)), (std::vector<Tarn::uint8>{1, 0, 255, 43}));
+    MemoryVolumePtr<Tarn::uint16> alongSec(new MemoryVolume<Tarn::uint16>(dim(4, 300, 1)));
+    alongSec->fill(0);
+    for (const Position<SizeType>& at : {pos(0, 255, 0), pos(0, 257, 0), pos(1, 256, 0), pos(1, 258, 0), pos(2, 255, 0),
+                                         pos(3, 299, 0)})
+        *alongSec->getPosOffset(at) = 9;
+    EXPECT_EQ(viewValues(searchByFacade<Tarn::uint8>(alongSec, 1)), (std::vector<Tarn::uint8>{1, 0, 255, 43}));
 }
 
 TEST(HeightMap, DirectionZeroLeavesTheVolumeInItsNewView)

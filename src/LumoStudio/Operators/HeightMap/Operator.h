@@ -14,6 +14,7 @@
 #include <Kito/Volume>
 #include <LumoStudio/Operators/HeightMap/Parameter.h>
 
+#include <cstdlib>
 #include <limits>
 #include <string>
 
@@ -40,40 +41,139 @@ inline bool orientationOf(Tarn::uint64 direction, Tarn::Kito::Orientation& orien
     }
 }
 
-/// The search, slice by slice in the order of the input's view, so that a view in storage order
-/// is streamed once; a ray is never followed on its own and has no early exit. out is the new
-/// image, one slice in storage order, already holding notFound everywhere.
-///
-/// Never inlined, and all state in locals: a store through an 8-bit output pointer may alias
-/// anything in memory, which would force a reload of every field after every voxel.
-template <bool Unit, class In, class Out>
-[[gnu::noinline]] void search(const In* in, Tarn::Kito::OffsetType stepPrim, Tarn::Kito::OffsetType stepSec,
-                              Tarn::Kito::OffsetType stepTert, Tarn::Kito::SizeType nPrim, Tarn::Kito::SizeType nSec,
-                              Tarn::Kito::SizeType nTert, Out* out)
+using Tarn::Kito::OffsetType;
+using Tarn::Kito::SizeType;
+
+/// The first index from t on at which the ray from ray on (voxels one apart) leaves background, or
+/// n. Blocks of a cache line are tested at once, with no branch inside: that test vectorises, and
+/// only the block with the hit is searched voxel by voxel.
+template <class In> SizeType firstHit(const In* ray, SizeType t, SizeType n, In background)
+{
+    constexpr SizeType block = 64 / sizeof(In) < 8 ? 8 : 64 / sizeof(In);
+    while (t + block <= n) {
+        bool hit = false;
+        for (SizeType k = 0; k < block; ++k) hit |= ray[t + k] != background;
+        if (hit) break;
+        t += block;
+    }
+    for (; t < n; ++t)
+        if (ray[t] != background) return t;
+    return n;
+}
+
+/// The height of a ray from ray on, with its voxels one apart: the first t whose voxel is not
+/// background. A hit whose t, narrowed to Out, is the not-found value leaves the pixel open, as it
+/// does in the slice-by-slice search, so the search goes on behind it.
+template <class In, class Out> Out rayHeight(const In* ray, SizeType n, In background, Out notFound)
+{
+    SizeType t = firstHit(ray, 0, n, background);
+    while (t < n && static_cast<Out>(t) == notFound) t = firstHit(ray, t + 1, n, background);
+    return t < n ? static_cast<Out>(t) : notFound;
+}
+
+/// Folds one row of the view at depth t into the row of the image: a pixel still open takes the
+/// height where the voxel is not background. Gives whether a pixel of the row is still open
+/// afterwards. The pixel is written back unchanged where nothing is found: the store then needs no
+/// branch, and the loop vectorises.
+template <class In, class Out>
+bool foldRow(const In* row, Out* o, SizeType nPrim, In background, Out notFound, Out height)
+{
+    bool open = false;
+    for (SizeType p = 0; p < nPrim; ++p) {
+        const Out now = (row[p] != background && o[p] == notFound) ? height : o[p];
+        o[p] = now;
+        open |= now == notFound;
+    }
+    return open;
+}
+
+/// The search when the searched axis runs along the stored prim: every ray lies in memory as one
+/// piece, and is read up to its first hit only.
+template <class In, class Out>
+[[gnu::noinline]] void searchRays(const In* first, OffsetType primStride, OffsetType secStride, SizeType nPrim,
+                                  SizeType nSec, SizeType nTert, Out* out)
 {
     const In background = backgroundValue<In>();
     const Out notFound = std::numeric_limits<Out>::max();
-    // 32-bit counters, widened for the comparison with the extents. The height is t narrowed to
-    // Out with nothing to guard it: in Tarn::uint8, t = 256 is stored as 0, and t = 255 is the
-    // not-found value itself, so such a pixel stays open for a later voxel of its ray.
-    for (Tarn::int32 t = 0; static_cast<Tarn::Kito::SizeType>(t) < nTert; ++t) {
+    for (SizeType s = 0; s < nSec; ++s) {
+        const In* ray = first + static_cast<OffsetType>(s) * secStride;
+        for (SizeType p = 0; p < nPrim; ++p, ray += primStride) *out++ = rayHeight(ray, nTert, background, notFound);
+    }
+}
+
+/// The search when view prim runs forward along the stored prim and the slices of the view lie
+/// further apart than its rows (the stored order): layer by layer over the whole image, ending
+/// with the first layer after which no pixel is open.
+template <class In, class Out>
+[[gnu::noinline]] void searchLayers(const In* first, OffsetType secStride, OffsetType tertStride, SizeType nPrim,
+                                    SizeType nSec, SizeType nTert, Out* out)
+{
+    const In background = backgroundValue<In>();
+    const Out notFound = std::numeric_limits<Out>::max();
+    bool open = true;
+    for (SizeType t = 0; t < nTert && open; ++t) {
+        const In* layer = first + static_cast<OffsetType>(t) * tertStride;
+        open = false;
+        for (SizeType s = 0; s < nSec; ++s)
+            open |= foldRow(layer + static_cast<OffsetType>(s) * secStride, out + s * nPrim, nPrim, background,
+                            notFound, static_cast<Out>(t));
+    }
+}
+
+/// The search when view prim runs forward along the stored prim and the rows of the view lie
+/// further apart than its slices: each row of the image is found from one stored slice, read row
+/// by row in memory order up to the first row after which none of its pixels is open.
+template <class In, class Out>
+[[gnu::noinline]] void searchPlanes(const In* first, OffsetType secStride, OffsetType tertStride, SizeType nPrim,
+                                    SizeType nSec, SizeType nTert, Out* out)
+{
+    const In background = backgroundValue<In>();
+    const Out notFound = std::numeric_limits<Out>::max();
+    for (SizeType s = 0; s < nSec; ++s) {
+        const In* plane = first + static_cast<OffsetType>(s) * secStride;
+        Out* o = out + s * nPrim;
+        bool open = true;
+        for (SizeType t = 0; t < nTert && open; ++t)
+            open = foldRow(plane + static_cast<OffsetType>(t) * tertStride, o, nPrim, background, notFound,
+                           static_cast<Out>(t));
+    }
+}
+
+/// Any other view: slice by slice in the order of the view, with the view's increments.
+template <class In, class Out>
+[[gnu::noinline]] void searchInViewOrder(const In* in, const Tarn::Kito::Iterating::IterateValues& w, Out* out)
+{
+    const In background = backgroundValue<In>();
+    const Out notFound = std::numeric_limits<Out>::max();
+    const SizeType nPrim = w.countPrim, nSec = w.countSec, nTert = w.countTert;
+    const OffsetType stepPrim = w.primIncrement, stepSec = w.secIncrement, stepTert = w.tertIncrement;
+    for (SizeType t = 0; t < nTert; ++t) {
         const Out height = static_cast<Out>(t);
         Out* o = out;
-        for (Tarn::int32 s = 0; static_cast<Tarn::Kito::SizeType>(s) < nSec; ++s) {
-            for (Tarn::int32 p = 0; static_cast<Tarn::Kito::SizeType>(p) < nPrim; ++p) {
-                // Written back unchanged where nothing is found: the store then needs no branch,
-                // which lets the compiler vectorise the line; nobody else sees the new image yet.
+        for (SizeType s = 0; s < nSec; ++s) {
+            for (SizeType p = 0; p < nPrim; ++p, ++o, in += stepPrim)
                 *o = (*in != background && *o == notFound) ? height : *o;
-                ++o;
-                if constexpr (Unit)
-                    ++in;
-                else
-                    in += stepPrim;
-            }
-            in += stepSec; // a correction, not a stride: in has already moved nPrim times
+            in += stepSec;
         }
         in += stepTert;
     }
+}
+
+/// The image of the view w of the input from first on, into out (one slice in storage order,
+/// holding the not-found value everywhere). The result, the smallest t of each ray, does not depend
+/// on the order in which the voxels are read, so the input is read in the order of its memory,
+/// and a ray or a layer ends as soon as nothing is left to find.
+template <class In, class Out> void search(const In* first, const Tarn::Kito::Iterating::IterateValues& w, Out* out)
+{
+    if (w.countPrim == 0 || w.countSec == 0 || w.countTert == 0) return;
+    if (w.tertStride == 1)
+        searchRays(first, w.primStride, w.secStride, w.countPrim, w.countSec, w.countTert, out);
+    else if (w.primStride == 1 && std::abs(w.secStride) <= std::abs(w.tertStride))
+        searchLayers(first, w.secStride, w.tertStride, w.countPrim, w.countSec, w.countTert, out);
+    else if (w.primStride == 1)
+        searchPlanes(first, w.secStride, w.tertStride, w.countPrim, w.countSec, w.countTert, out);
+    else
+        searchInViewOrder(first, w, out);
 }
 
 } // namespace detail
@@ -110,16 +210,10 @@ public:
                 "Tarn::Lumo::HeightMap::Operator::apply: Invalid direction value");
         input->setOrientation(orientation);
 
-        const SizeType nPrim = input->getDimPrim(), nSec = input->getDimSec(), nTert = input->getDimTert();
+        const SizeType nPrim = input->getDimPrim(), nSec = input->getDimSec();
         const Out output(new OutVolume(Tarn::Kito::Dimension<SizeType>(nPrim, nSec, 1)));
         output->fill(std::numeric_limits<OutVoxel>::max());
-        const InVoxel* first = input->getIterator();
-        OutVoxel* image = output->getIterator();
-        const Tarn::Kito::OffsetType stepPrim = input->getStepPrim();
-        if (stepPrim == 1)
-            detail::search<true>(first, stepPrim, input->getStepSec(), input->getStepTert(), nPrim, nSec, nTert, image);
-        else
-            detail::search<false>(first, stepPrim, input->getStepSec(), input->getStepTert(), nPrim, nSec, nTert, image);
+        detail::search(input->getIterator(), input->getIterateValues(), output->getIterator());
         parameter->outputVolume.setValue(DynamicCast<Tarn::Kito::SmartPointer<Tarn::Kito::IVolume>>(output));
     }
 
