@@ -1,6 +1,7 @@
 // HeightMap and OrthogonalPlanarisationOperator, through their facades, against minimal loops doing
 // the same arithmetic in the same order.
 #include "BenchVolume.h"
+#include "LargeVolume.h"
 
 #include <Kito/Orientation>
 #include <Lumo_MiscDispatcher_DLL/IHeightMap.h>
@@ -11,7 +12,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
+#include <new>
 #include <vector>
+
+#include <sys/mman.h>
 
 namespace {
 
@@ -178,5 +183,198 @@ void PlanarisationPlain(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * voxels);
 }
 BENCHMARK(PlanarisationPlain)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+} // namespace
+
+// ---- 512 x 512 x 256, against the fastest loops that give the same bits -----------------------------
+
+namespace {
+
+using LumoBench::largePrim;
+using LumoBench::largeSec;
+using LumoBench::largeTert;
+
+constexpr std::int64_t largeVoxels = static_cast<std::int64_t>(LumoBench::largeCount);
+constexpr Tarn::uint16 notFound = 65535;
+
+/// The facade's height map of the large surface volume along direction, as a Tarn::uint16 image.
+std::vector<Tarn::uint16> facadeHeights(Tarn::Lumo_DLL::IHeightMap::IOperator& facade, Tarn::uint64 direction)
+{
+    SmartPointer<Tarn::Lumo_DLL::IHeightMap::Parameter> p(new Tarn::Lumo_DLL::IHeightMap::Parameter);
+    p->inputVolume.setValue(DynamicCast<SmartPointer<IVolume>>(LumoBench::largeSurfaceVolume()));
+    p->inputDirection.setValue(direction);
+    p->outputVolume.setValue(DynamicCast<SmartPointer<IVolume>>(Volume16Ptr(new Volume16(Dimension<SizeType>(1, 1, 1)))));
+    facade.apply(DynamicCast<SmartPointer<IComposite>>(p));
+    const Volume16Ptr image = DynamicCast<Volume16Ptr>(p->outputVolume.getValue());
+    LumoBench::largeSurfaceVolume()->setOrientation(Orientation(0, 2, 4));
+    return std::vector<Tarn::uint16>(image->getIterator(), image->getIterator() + image->size());
+}
+
+/// The fastest loops that give the height map's bits, on the stored volume of extent (P, S, T).
+/// Along tert (direction 2): layer by layer over the image, each pixel taking the first t, ending
+/// after the first layer that leaves no pixel open.
+void heightsAlongTert(const Tarn::uint16* in, SizeType P, SizeType S, SizeType T, Tarn::uint16* image)
+{
+    std::fill(image, image + P * S, notFound);
+    bool open = true;
+    for (SizeType t = 0; t < T && open; ++t) {
+        open = false;
+        const Tarn::uint16* layer = in + t * P * S;
+        for (SizeType i = 0; i < P * S; ++i) {
+            const Tarn::uint16 now = (layer[i] != 0 && image[i] == notFound) ? static_cast<Tarn::uint16>(t) : image[i];
+            image[i] = now;
+            open |= now == notFound;
+        }
+    }
+}
+
+/// Along prim (direction 0): each stored prim row scanned to its first non-background voxel; the
+/// image's pixel (p, s) is row (S - 1 - p, s). Heights below 65535 cannot wrap here (P = 512).
+void heightsAlongPrim(const Tarn::uint16* in, SizeType P, SizeType S, SizeType T, Tarn::uint16* image)
+{
+    for (SizeType t = 0; t < T; ++t)
+        for (SizeType s = 0; s < S; ++s) {
+            const Tarn::uint16* row = in + (t * S + s) * P;
+            SizeType first = 0;
+            while (first < P && row[first] == 0) ++first;
+            image[(S - 1 - s) + t * S] = first < P ? static_cast<Tarn::uint16>(first) : notFound;
+        }
+}
+
+/// Along sec (direction 1): each stored slice t gives image row T - 1 - t, its rows read in order
+/// until none of the row's pixels is open.
+void heightsAlongSec(const Tarn::uint16* in, SizeType P, SizeType S, SizeType T, Tarn::uint16* image)
+{
+    std::fill(image, image + P * T, notFound);
+    for (SizeType t = 0; t < T; ++t) {
+        Tarn::uint16* o = image + (T - 1 - t) * P;
+        bool open = true;
+        for (SizeType s = 0; s < S && open; ++s) {
+            const Tarn::uint16* row = in + (t * S + s) * P;
+            open = false;
+            for (SizeType p = 0; p < P; ++p) {
+                const Tarn::uint16 now = (row[p] != 0 && o[p] == notFound) ? static_cast<Tarn::uint16>(s) : o[p];
+                o[p] = now;
+                open |= now == notFound;
+            }
+        }
+    }
+}
+
+using HeightLoop = void (*)(const Tarn::uint16*, SizeType, SizeType, SizeType, Tarn::uint16*);
+const HeightLoop fastestHeights[3] = {heightsAlongPrim, heightsAlongSec, heightsAlongTert};
+
+std::vector<Tarn::uint16> loopHeights(Tarn::uint64 direction)
+{
+    std::vector<Tarn::uint16> image(direction == 0 ? largeSec * largeTert : largePrim * (direction == 1 ? largeTert : largeSec));
+    fastestHeights[direction](LumoBench::largeSurfaceVolume()->getIterator(), largePrim, largeSec, largeTert, image.data());
+    return image;
+}
+
+void LargeHeightMapFacade(benchmark::State& state)
+{
+    const auto direction = static_cast<Tarn::uint64>(state.range(0));
+    Tarn::Lumo_DLL::IHeightMap::IOperator facade;
+    if (facadeHeights(facade, direction) != loopHeights(direction))
+        state.SkipWithError("the operator's height map differs from the loop's");
+    for (auto _ : state) benchmark::DoNotOptimize(facadeHeights(facade, direction).data());
+    state.SetItemsProcessed(state.iterations() * largeVoxels);
+}
+BENCHMARK(LargeHeightMapFacade)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
+
+void LargeHeightMapFastestExact(benchmark::State& state)
+{
+    const auto direction = static_cast<Tarn::uint64>(state.range(0));
+    for (auto _ : state) benchmark::DoNotOptimize(loopHeights(direction).data());
+    state.SetItemsProcessed(state.iterations() * largeVoxels);
+}
+BENCHMARK(LargeHeightMapFastestExact)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
+
+/// The large surface volume's height map along tert, made once by the facade.
+const Volume16Ptr& largeSurfaceHeights()
+{
+    static const Volume16Ptr heights = [] {
+        Tarn::Lumo_DLL::IHeightMap::IOperator facade;
+        SmartPointer<Tarn::Lumo_DLL::IHeightMap::Parameter> p(new Tarn::Lumo_DLL::IHeightMap::Parameter);
+        p->inputVolume.setValue(DynamicCast<SmartPointer<IVolume>>(LumoBench::largeSurfaceVolume()));
+        p->inputDirection.setValue(Tarn::uint64(2));
+        p->outputVolume.setValue(DynamicCast<SmartPointer<IVolume>>(Volume16Ptr(new Volume16(Dimension<SizeType>(1, 1, 1)))));
+        facade.apply(DynamicCast<SmartPointer<IComposite>>(p));
+        return DynamicCast<Volume16Ptr>(p->outputVolume.getValue());
+    }();
+    return heights;
+}
+
+/// One planarisation through the facade into a new output volume, as a host that leaves
+/// outputVolume NULL gets it.
+Volume16Ptr facadePlanarisation(Tarn::Lumo_DLL::IOrthogonalPlanarisationOperator::IOperator& facade, int threads)
+{
+    SmartPointer<Tarn::Lumo_DLL::IOrthogonalPlanarisationOperator::Parameter> p(
+        new Tarn::Lumo_DLL::IOrthogonalPlanarisationOperator::Parameter);
+    p->inputVolume.setValue(DynamicCast<SmartPointer<IVolume>>(LumoBench::largeSurfaceVolume()));
+    p->inputHeightMapVolume.setValue(DynamicCast<SmartPointer<IVolume>>(largeSurfaceHeights()));
+    p->inputNumberOfThreads.setValue(static_cast<Tarn::int32>(threads));
+    facade.apply(DynamicCast<SmartPointer<IComposite>>(p));
+    return DynamicCast<Volume16Ptr>(p->outputVolume.getValue());
+}
+
+/// The fastest loop with the planarisation's bits: a new block, 2 MiB-aligned with huge pages
+/// advised, each voxel written once, with the shifted input voxel or the background.
+struct OutputBlock {
+    explicit OutputBlock(SizeType count)
+        : data(static_cast<Tarn::uint16*>(::operator new(count * sizeof(Tarn::uint16), std::align_val_t(1 << 21))))
+    {
+        ::madvise(data, count * sizeof(Tarn::uint16), MADV_HUGEPAGE);
+    }
+    OutputBlock(const OutputBlock&) = delete;
+    OutputBlock& operator=(const OutputBlock&) = delete;
+    ~OutputBlock() { ::operator delete(data, std::align_val_t(1 << 21)); }
+    Tarn::uint16* data;
+};
+
+void loopPlanarisation(Tarn::uint16* out, int threads)
+{
+    const Tarn::uint16* in = LumoBench::largeSurfaceVolume()->getIterator();
+    const Tarn::uint16* heights = largeSurfaceHeights()->getIterator();
+    const auto P = static_cast<OffsetType>(largePrim), S = static_cast<OffsetType>(largeSec),
+               T = static_cast<OffsetType>(largeTert);
+#pragma omp parallel for schedule(static) num_threads(threads)
+    for (OffsetType k = 0; k < T; ++k) {
+        Tarn::uint16* o = out + k * P * S;
+        for (OffsetType i = 0; i < P * S; ++i) {
+            const OffsetType h = heights[i];
+            o[i] = h < T - k ? in[i + P * S * (k + h)] : Tarn::uint16(0);
+        }
+    }
+}
+
+void LargePlanarisationNewOutputFacade(benchmark::State& state)
+{
+    const int threads = static_cast<int>(state.range(0));
+    Tarn::Lumo_DLL::IOrthogonalPlanarisationOperator::IOperator facade;
+    {
+        const Volume16Ptr made = facadePlanarisation(facade, threads);
+        OutputBlock expected(LumoBench::largeCount);
+        loopPlanarisation(expected.data, threads);
+        if (std::memcmp(made->getIterator(), expected.data, LumoBench::largeCount * sizeof(Tarn::uint16)) != 0)
+            state.SkipWithError("the operator's output differs from the loop's");
+    }
+    for (auto _ : state) benchmark::DoNotOptimize(facadePlanarisation(facade, threads).get());
+    state.SetItemsProcessed(state.iterations() * largeVoxels);
+}
+BENCHMARK(LargePlanarisationNewOutputFacade)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void LargePlanarisationNewOutputFastestExact(benchmark::State& state)
+{
+    const int threads = static_cast<int>(state.range(0));
+    for (auto _ : state) {
+        OutputBlock out(LumoBench::largeCount);
+        loopPlanarisation(out.data, threads);
+        benchmark::DoNotOptimize(out.data);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * largeVoxels);
+}
+BENCHMARK(LargePlanarisationNewOutputFastestExact)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace

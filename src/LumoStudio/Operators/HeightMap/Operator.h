@@ -45,10 +45,12 @@ using Tarn::Kito::OffsetType;
 using Tarn::Kito::SizeType;
 
 /// The first index from t on at which the ray from ray on (voxels one apart) leaves background, or
-/// n. Blocks of a cache line are tested at once, with no branch inside: that test vectorises, and
-/// only the block with the hit is searched voxel by voxel.
+/// n. The first voxel is looked at alone, since rays through material hit at once; then blocks of a
+/// cache line are tested at once, with no branch inside: that test vectorises, and only the block
+/// with the hit is searched voxel by voxel.
 template <class In> SizeType firstHit(const In* ray, SizeType t, SizeType n, In background)
 {
+    if (t < n && ray[t] != background) return t;
     constexpr SizeType block = 64 / sizeof(In) < 8 ? 8 : 64 / sizeof(In);
     while (t + block <= n) {
         bool hit = false;
