@@ -3,15 +3,16 @@
 #ifndef TARN_LUMO_PROJECTION_OPERATOR_H_INCLUDED
 #define TARN_LUMO_PROJECTION_OPERATOR_H_INCLUDED
 
-#include <Kito/ForEach>
 #include <Kito/Functor>
+#include <Kito/IOperator>
 #include <Kito/IVolume>
-#include <Kito/Operator>
+#include <Kito/IterateValues>
 #include <Kito/Progress>
 #include <Kito/SmartPointer>
 #include <Kito/Triple>
 #include <Kito/Types>
 #include <Kito/Volume>
+#include <Kito/Walk>
 
 #include <cstdint>
 #include <string>
@@ -113,18 +114,18 @@ It reduceLine(const F& f, It p, V& target, SizeType count, OffsetType dPrim)
 
 /// The serial walk of the input's view, tert outermost, prim innermost, each voxel folded into its
 /// output voxel. The tert loop with its progress, abort byte and hand-back of the functor is the
-/// serial walk's own; only the lines differ, since a line that falls on one output voxel is folded
-/// into a local. Returns false if stopped. All loop state is in locals: a store through a uint8
-/// output may alias anything. Behind a call, for the reason ForEach's walk gives: inlined into
+/// one every walk shares; only the lines differ, since a line that falls on one output voxel is
+/// folded into a local. Returns false if stopped. All loop state is in locals: a store through a
+/// uint8 output may alias anything. Behind a call, for the reason walkSlices gives: inlined into
 /// apply, the functor's unwinding would pin its fields to memory.
 template <bool AlongPrim, bool Unit, class F, class It, class V>
-[[gnu::noinline]] bool walkSlices(F& caller, It p, V* q, const Tarn::Kito::Dimension<SizeType>& count, OffsetType dPrim,
-                                  OffsetType dSec, OffsetType dTert, const OutputPath& path,
-                                  Tarn::Kito::Progress& progress, const std::uint8_t* abort)
+[[gnu::noinline]] bool projectSlices(F& caller, It p, V* q, const Tarn::Kito::Iterating::IterateValues& in,
+                                     const OutputPath& path, Tarn::Kito::Progress& progress, const std::uint8_t* abort)
 {
-    const SizeType nPrim = count.prim, nSec = count.sec;
+    const SizeType nPrim = in.countPrim, nSec = in.countSec;
+    const OffsetType dPrim = in.primIncrement, dSec = in.secIncrement, dTert = in.tertIncrement;
     const OffsetType qLine = path.afterLine, qSlice = path.afterSlice;
-    return Tarn::Kito::Iterating::detail::sliceBySlice(caller, 0, count.tert, progress, abort, [&](F& f) {
+    return Tarn::Kito::Iterating::walkSlices(caller, 0, in.countTert, progress, abort, [&](F& f) {
         for (SizeType s = 0; s < nSec; ++s) {
             f.sec = s;
             if constexpr (AlongPrim)
@@ -149,20 +150,20 @@ template <bool AlongPrim, bool Unit, class F, class It, class V>
 template <class F, class Volume>
 void walk(F& f, const Volume& input, Tarn::Kito::Progress& progress, const std::uint8_t* abort)
 {
-    const Dimension<SizeType> count(input.getDimPrim(), input.getDimSec(), input.getDimTert());
-    const OffsetType dPrim = input.getStepPrim(), dSec = input.getStepSec(), dTert = input.getStepTert();
-    const OutputPath path = outputPath(f.direction, count.prim, count.sec);
+    const Tarn::Kito::Iterating::IterateValues in = input.getIterateValues();
+    const OutputPath path = outputPath(f.direction, in.countPrim, in.countSec);
     const auto p = input.getIterator();
     auto* const q = f.output->getIterator();
     f.prim = f.sec = f.tert = 0;
+    const bool unit = in.primIncrement == 1;
     bool ended;
     // One branch per walk, none in the loops.
     if (path.alongPrim)
-        ended = dPrim == 1 ? detail::walkSlices<true, true>(f, p, q, count, dPrim, dSec, dTert, path, progress, abort)
-                           : detail::walkSlices<true, false>(f, p, q, count, dPrim, dSec, dTert, path, progress, abort);
+        ended = unit ? detail::projectSlices<true, true>(f, p, q, in, path, progress, abort)
+                     : detail::projectSlices<true, false>(f, p, q, in, path, progress, abort);
     else
-        ended = dPrim == 1 ? detail::walkSlices<false, true>(f, p, q, count, dPrim, dSec, dTert, path, progress, abort)
-                           : detail::walkSlices<false, false>(f, p, q, count, dPrim, dSec, dTert, path, progress, abort);
+        ended = unit ? detail::projectSlices<false, true>(f, p, q, in, path, progress, abort)
+                     : detail::projectSlices<false, false>(f, p, q, in, path, progress, abort);
     if (ended) progress.setProgress(1.0);
 }
 

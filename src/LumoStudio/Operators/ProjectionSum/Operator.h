@@ -32,9 +32,9 @@ inline Tarn::int64 truncatedToInt64(double x)
 
 /// An input voxel as a term of the sum, in the output's type O. Integers and floats into floats,
 /// and integers into integers, take the language's conversion (into a narrower or an unsigned
-/// type: the low bits, so -1 in Tarn::int8 is 255 in Tarn::uint8). A float into an integer is
-/// truncated toward zero: into Tarn::uint32 as a 64-bit integer, so that negative values wrap as
-/// the integers do; into the narrower types as a 32-bit integer of which the low bits count.
+/// type: the low bits, so -1 as a signed 8-bit voxel is 255 as an unsigned one). A float into an
+/// integer is truncated toward zero: into Tarn::uint32 as a 64-bit integer, so that negative values
+/// wrap as the integers do; into the narrower types as a 32-bit integer of which the low bits count.
 template <class O, class I> O termOf(const I& voxel)
 {
     if constexpr (std::is_floating_point_v<I> && std::is_integral_v<O>) {
