@@ -280,6 +280,36 @@ TEST(OrthogonalPlanarisation, OutputOfTheRightTypeAndOtherExtentsIsResizedAndReu
     EXPECT_EQ(viewValues(given), (std::vector<Tarn::uint8>{11, 12, 13, 14, 0}));
 }
 
+TEST(OrthogonalPlanarisation, AFittingOutputIsOverwrittenEverywhereWithBackgroundWhereShiftedOut)
+{
+    // Two columns of 5 voxels: 10 + 2p + ... counting along prim first. Heights 1 and 3.
+    const MemoryVolumePtr<Tarn::uint8> volume = makeCountingVolume<Tarn::uint8>(2, 5, 10);
+    const MemoryVolumePtr<Tarn::uint8> given(new MemoryVolume<Tarn::uint8>(dim(2, 1, 5)));
+    given->fill(99);
+    const SmartPointer<Parameter> p = parameterFor(volume, makeHeightRow<Tarn::uint8>({1, 3}));
+    p->outputVolume.setValue(asVolume(given));
+    for (int threads : {1, 2, 3}) {
+        p->inputNumberOfThreads.setValue(threads);
+        IOrthogonalPlanarisationOperator::IOperator facade;
+        facade.apply(asComposite(p));
+        EXPECT_EQ(resultOf<Tarn::uint8>(p).get(), given.get());
+        EXPECT_EQ(viewValues(given), (std::vector<Tarn::uint8>{12, 17, 14, 19, 16, 0, 18, 0, 0, 0})) << threads;
+        given->fill(99);
+    }
+}
+
+TEST(OrthogonalPlanarisation, TheInputAsItsOwnOutputIsFilledBeforeItIsRead)
+{
+    // The output is filled with background first, and the shift then reads the filled voxels.
+    const MemoryVolumePtr<Tarn::int16> volume = makeCountingVolume<Tarn::int16>(3, 4, 5);
+    const SmartPointer<Parameter> p = parameterFor(volume, makeHeightRow<Tarn::int16>({0, 1, 2}));
+    p->outputVolume.setValue(asVolume(volume));
+    IOrthogonalPlanarisationOperator::IOperator facade;
+    facade.apply(asComposite(p));
+    EXPECT_EQ(resultOf<Tarn::int16>(p).get(), volume.get());
+    EXPECT_EQ(viewValues(volume), std::vector<Tarn::int16>(12, Tarn::int16(-32768)));
+}
+
 TEST(OrthogonalPlanarisation, ARegionOnAFittingOutputLimitsWhatIsWritten)
 {
     const MemoryVolumePtr<Tarn::uint8> volume = makeCountingVolume<Tarn::uint8>(1, 3, 10);

@@ -83,19 +83,23 @@ constexpr SizeType columnsPerBlock = 2048;
 
 /// A block of rows of one output slice k: in is the input's slice k, out the block's first voxel,
 /// column the block's first column, limit the input's tert extent minus k, so that "h + k is less
-/// than the extent" is "h is less than limit" and cannot overflow. Voxels whose column is shifted
-/// out keep the background the output was filled with.
+/// than the extent" is "h is less than limit" and cannot overflow. With Fill, voxels whose column
+/// is shifted out get background here; without, they keep the background the output was filled
+/// with beforehand.
 ///
 /// Never inlined, all state in locals: a store through an 8-bit or 64-bit voxel pointer may alias
 /// fields of the caller, which would force reloads after every voxel.
-template <bool Unit, class T>
+template <bool Unit, bool Fill, class T>
 [[gnu::noinline]] void shiftRows(const T* in, OffsetType limit, const Column* column, T* out, OffsetType outStepPrim,
-                                 OffsetType outStepSec, SizeType nPrim, SizeType nRows)
+                                 OffsetType outStepSec, SizeType nPrim, SizeType nRows, T background)
 {
     for (SizeType s = 0; s < nRows; ++s) {
         for (SizeType p = 0; p < nPrim; ++p) {
             const Column c = *column;
-            if (c.height < limit) *out = in[c.offset];
+            if (c.height < limit)
+                *out = in[c.offset];
+            else if constexpr (Fill)
+                *out = background;
             ++column;
             if constexpr (Unit)
                 ++out;
@@ -149,7 +153,7 @@ public:
         std::vector<detail::Column> columns(static_cast<std::size_t>(extent.prim * extent.sec));
         const In output = Tarn::Kito::Operator<Operator<In, H>>::template checkOutputVolume<In>(
             parameter->outputVolume.getValue(), extent);
-        output->fill(HeightMap::backgroundValue<Voxel>());
+        const Voxel background = HeightMap::backgroundValue<Voxel>();
 
         const Tarn::Kito::Iterating::IterateValues in = input->getIterateValues();
         const Tarn::Kito::Iterating::IterateValues hm = heightMap->getIterateValues();
@@ -165,6 +169,14 @@ public:
         Voxel* outFirst = output->getIterator();
         detail::Column* table = columns.data();
         const bool unit = outValues.primStride == 1;
+        // Where the shift writes every voxel of the output's view, it writes the background of the
+        // shifted-out voxels itself, and each output voxel is written once; a new output's pages
+        // are then also first touched by the threads that write them. Otherwise the view is
+        // filled first, and the shift leaves the shifted-out voxels alone. So is an output that is
+        // the input itself: the shift then reads what the fill has left.
+        const bool shiftWritesAll = &*output != &*input && nPrim == outValues.countPrim && nSec == outValues.countSec &&
+                                    nTert == static_cast<OffsetType>(outValues.countTert);
+        if (!shiftWritesAll) output->fill(background);
         const OffsetType outStepSec = outValues.secStride - static_cast<OffsetType>(nPrim) * outValues.primStride;
 
         const SizeType rowsPerBlock = std::max<SizeType>(1, detail::columnsPerBlock / std::max<SizeType>(1, nPrim));
@@ -192,12 +204,15 @@ public:
                 for (OffsetType k = 0; k < nTert; ++k) {
                     const Voxel* inSlice = inFirst + k * in.tertStride;
                     Voxel* out = outFirst + k * outValues.tertStride + static_cast<OffsetType>(first) * outValues.secStride;
-                    if (unit)
-                        detail::shiftRows<true>(inSlice, inputTert - k, block, out, outValues.primStride, outStepSec,
-                                                nPrim, rows);
+                    const OffsetType limit = inputTert - k, outPrim = outValues.primStride;
+                    if (unit && shiftWritesAll)
+                        detail::shiftRows<true, true>(inSlice, limit, block, out, outPrim, outStepSec, nPrim, rows, background);
+                    else if (unit)
+                        detail::shiftRows<true, false>(inSlice, limit, block, out, outPrim, outStepSec, nPrim, rows, background);
+                    else if (shiftWritesAll)
+                        detail::shiftRows<false, true>(inSlice, limit, block, out, outPrim, outStepSec, nPrim, rows, background);
                     else
-                        detail::shiftRows<false>(inSlice, inputTert - k, block, out, outValues.primStride, outStepSec,
-                                                 nPrim, rows);
+                        detail::shiftRows<false, false>(inSlice, limit, block, out, outPrim, outStepSec, nPrim, rows, background);
                 }
             }
         }
