@@ -9,7 +9,6 @@
 #include "KitoInstances.h"
 
 namespace Tarn::Lumo_DLL::Instances {
-template <class T> using InMemory = Tarn::Kito::VolumePtr<T, SingleBlock>;
 template <class In, class H>
 using OrthogonalPlanarisation =
     Tarn::Lumo::PlanarisationOperators::OrthogonalPlanarisationOperator::Operator<InMemory<In>, InMemory<H>>;
