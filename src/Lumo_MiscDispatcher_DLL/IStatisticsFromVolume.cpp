@@ -13,9 +13,10 @@ template <class T>
 using ChunkStatistics = Tarn::Kito::Statistics::StatisticsFromVolume::Operator<Tarn::Kito::VolumePtr<T, External1>>;
 } // namespace
 
-#define TARN_MAKE(T)                                                                               \
-    TARN_OPERATOR_INSTANCE(, Tarn::Kito::Statistics::StatisticsFromVolume::Operator<InMemory<T>>) \
-    TARN_OPERATOR_INSTANCE(, Tarn::Kito::Statistics::StatisticsFromVolume::Operator<Tarn::Kito::VolumePtr<T, External1>>)
+#define TARN_MAKE(T)                                                                                                   \
+    TARN_OPERATOR_INSTANCE(, Tarn::Kito::Statistics::StatisticsFromVolume::Operator<InMemory<T>>)                      \
+    TARN_OPERATOR_INSTANCE(, Tarn::Kito::Statistics::StatisticsFromVolume::Operator<                                   \
+                                 Tarn::Kito::VolumePtr<T, External1>>)
 TARN_OPERATOR_VOXELS(TARN_MAKE)
 #undef TARN_MAKE
 

@@ -29,9 +29,11 @@
 #define TARN_OPERATOR_VOXEL_LIST(F, ...)                                                           \
     TARN_OPERATOR_INTEGER_VOXEL_LIST(F, __VA_ARGS__) TARN_FLOAT_VOXEL_LIST(F, __VA_ARGS__)
 // All ten: the 64-bit integers only where a volume or an operator needs them.
-#define TARN_ALL_VOXEL_LIST(F, ...) TARN_OPERATOR_VOXEL_LIST(F, __VA_ARGS__) TARN_WIDE_INTEGER_VOXEL_LIST(F, __VA_ARGS__)
+#define TARN_ALL_VOXEL_LIST(F, ...)                                                                \
+    TARN_OPERATOR_VOXEL_LIST(F, __VA_ARGS__) TARN_WIDE_INTEGER_VOXEL_LIST(F, __VA_ARGS__)
 // The types a height map is written in.
-#define TARN_HEIGHT_VOXEL_LIST(F, ...) F(Tarn::uint8, __VA_ARGS__) F(Tarn::uint16, __VA_ARGS__) F(Tarn::uint32, __VA_ARGS__)
+#define TARN_HEIGHT_VOXEL_LIST(F, ...)                                                             \
+    F(Tarn::uint8, __VA_ARGS__) F(Tarn::uint16, __VA_ARGS__) F(Tarn::uint32, __VA_ARGS__)
 
 // X(I, O) for every I of the list OUTER and every O of the list INNER, I outermost; OUTER and INNER
 // are list names such as OPERATOR. The preprocessor does not expand a macro again inside its own
@@ -74,7 +76,8 @@
 // and defined in several translation units, so that both cores share the work.
 #define TARN_OPERATOR_INSTANCE(prefix, ...)                                                        \
     prefix template class __VA_ARGS__;                                                             \
-    prefix template class Tarn::Kito::Factory::StaticFactorySubscriber<Tarn::Kito::Factory::DefaultClassFactory, __VA_ARGS__>;
+    prefix template class Tarn::Kito::Factory::StaticFactorySubscriber<                            \
+        Tarn::Kito::Factory::DefaultClassFactory, __VA_ARGS__>;
 
 namespace Tarn::Lumo_DLL::Instances {
 // The in-memory allocators, one name per nesting level of chunks: a chunk of a chunk is a new
