@@ -11,6 +11,8 @@
 
 #include <string>
 
+#include "KitoInstances.h"
+
 namespace Tarn::Lumo_DLL::detail {
 
 using Tarn::Kito::IOperator;
@@ -66,6 +68,14 @@ template <class... Operators> void forceInstances()
 {
     const int order[] = {0, (static_cast<void>(Operators()), 0)...};
     static_cast<void>(order);
+}
+
+/// The same for every instance of a family, Family<T...> for each Arguments<T...> of list, in the
+/// list's order.
+template <template <class...> class Family, class... Arguments>
+void forceInstances(Instances::InstanceList<Arguments...>)
+{
+    forceInstances<typename Instances::InstanceOf<Family, Arguments>::type...>();
 }
 
 } // namespace Tarn::Lumo_DLL::detail

@@ -6,22 +6,12 @@
 #include "KitoInstances.h"
 
 namespace {
-template <class T> using Ptr = Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocator::SingleBlockAllocator>;
-template <class In, class Out> using HeightMap = Tarn::Lumo::HeightMap::Operator<Ptr<In>, Ptr<Out>>;
-
-/// The three height types of one input type, in the order uint8, uint16, uint32.
-template <class In> void forceHeightTypes()
-{
-    Tarn::Lumo_DLL::detail::forceInstances<HeightMap<In, Tarn::uint8>, HeightMap<In, Tarn::uint16>,
-                                           HeightMap<In, Tarn::uint32>>();
-}
+using Tarn::Lumo_DLL::Instances::InMemory;
+template <class In, class Out> using HeightMap = Tarn::Lumo::HeightMap::Operator<InMemory<In>, InMemory<Out>>;
 } // namespace
 
-#define TARN_MAKE(T)                                                                                                   \
-    template class Tarn::Lumo::HeightMap::Operator<Ptr<T>, Ptr<Tarn::uint8>>;                                          \
-    template class Tarn::Lumo::HeightMap::Operator<Ptr<T>, Ptr<Tarn::uint16>>;                                         \
-    template class Tarn::Lumo::HeightMap::Operator<Ptr<T>, Ptr<Tarn::uint32>>;
-TARN_ALL_VOXELS(TARN_MAKE)
+#define TARN_MAKE(In, Out) TARN_OPERATOR_INSTANCE(, Tarn::Lumo::HeightMap::Operator<InMemory<In>, InMemory<Out>>)
+TARN_HEIGHT_MAP_PAIRS(TARN_MAKE)
 #undef TARN_MAKE
 
 // The parameter classes register themselves by name, so that a host can make them through the
@@ -35,19 +25,7 @@ namespace Tarn::Lumo_DLL {
 
 using Tarn::Kito::SmartPointer;
 
-IHeightMap::IOperator::IOperator()
-{
-    forceHeightTypes<Tarn::int8>();
-    forceHeightTypes<Tarn::uint8>();
-    forceHeightTypes<Tarn::int16>();
-    forceHeightTypes<Tarn::uint16>();
-    forceHeightTypes<Tarn::int32>();
-    forceHeightTypes<Tarn::uint32>();
-    forceHeightTypes<Tarn::int64>();
-    forceHeightTypes<Tarn::uint64>();
-    forceHeightTypes<Tarn::float32>();
-    forceHeightTypes<Tarn::float64>();
-}
+IHeightMap::IOperator::IOperator() { detail::forceInstances<HeightMap>(Instances::HeightMapPairs()); }
 
 /// Both volumes are needed, the output only for its voxel type; a missing one of either is
 /// reported in the words of the input, which hosts have always seen.

@@ -8,37 +8,13 @@
 template class Tarn::Kito::Factory::StaticFactorySubscriber<
     Tarn::Kito::Factory::DefaultClassFactory, Tarn::Lumo::PlanarisationOperators::OrthogonalPlanarisationOperator::Parameter>;
 
-namespace {
-using Tarn::Lumo_DLL::Instances::OrthogonalPlanarisation;
-
-/// The ten height-map types of one input type, in the order float64 down to int8.
-template <class In> void forceHeightTypes()
-{
-    Tarn::Lumo_DLL::detail::forceInstances<
-        OrthogonalPlanarisation<In, Tarn::float64>, OrthogonalPlanarisation<In, Tarn::float32>,
-        OrthogonalPlanarisation<In, Tarn::uint64>, OrthogonalPlanarisation<In, Tarn::int64>,
-        OrthogonalPlanarisation<In, Tarn::uint32>, OrthogonalPlanarisation<In, Tarn::int32>,
-        OrthogonalPlanarisation<In, Tarn::uint16>, OrthogonalPlanarisation<In, Tarn::int16>,
-        OrthogonalPlanarisation<In, Tarn::uint8>, OrthogonalPlanarisation<In, Tarn::int8>>();
-}
-} // namespace
-
 namespace Tarn::Lumo_DLL {
 
 using Tarn::Kito::SmartPointer;
 
 IOrthogonalPlanarisationOperator::IOperator::IOperator()
 {
-    forceHeightTypes<Tarn::float64>();
-    forceHeightTypes<Tarn::float32>();
-    forceHeightTypes<Tarn::uint64>();
-    forceHeightTypes<Tarn::int64>();
-    forceHeightTypes<Tarn::uint32>();
-    forceHeightTypes<Tarn::int32>();
-    forceHeightTypes<Tarn::uint16>();
-    forceHeightTypes<Tarn::int16>();
-    forceHeightTypes<Tarn::uint8>();
-    forceHeightTypes<Tarn::int8>();
+    detail::forceInstances<Instances::OrthogonalPlanarisation>(Instances::AllVoxelPairs());
 }
 
 SmartPointer<Tarn::Kito::IOperator> IOrthogonalPlanarisationOperator::IOperator::getOperatorFromParameterObject(

@@ -5,11 +5,11 @@
 #include "KitoInstances.h"
 
 namespace {
-template <class T> using Ptr = Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocator::SingleBlockAllocator>;
-template <class T> using ProjectionMax = Tarn::Lumo::ProjectionMax::Operator<Ptr<T>, Ptr<T>>;
+using Tarn::Lumo_DLL::Instances::InMemory;
+template <class T> using ProjectionMax = Tarn::Lumo::ProjectionMax::Operator<InMemory<T>, InMemory<T>>;
 } // namespace
 
-#define TARN_MAKE(T) template class Tarn::Lumo::ProjectionMax::Operator<Ptr<T>, Ptr<T>>;
+#define TARN_MAKE(T) TARN_OPERATOR_INSTANCE(, Tarn::Lumo::ProjectionMax::Operator<InMemory<T>, InMemory<T>>)
 TARN_OPERATOR_VOXELS(TARN_MAKE)
 #undef TARN_MAKE
 
@@ -17,12 +17,7 @@ namespace Tarn::Lumo_DLL {
 
 using Tarn::Kito::SmartPointer;
 
-IProjectionMax::IOperator::IOperator()
-{
-    detail::forceInstances<ProjectionMax<Tarn::uint8>, ProjectionMax<Tarn::uint16>, ProjectionMax<Tarn::uint32>,
-                           ProjectionMax<Tarn::int8>, ProjectionMax<Tarn::int16>, ProjectionMax<Tarn::int32>,
-                           ProjectionMax<Tarn::float32>, ProjectionMax<Tarn::float64>>();
-}
+IProjectionMax::IOperator::IOperator() { detail::forceInstances<ProjectionMax>(Instances::OperatorVoxels()); }
 
 /// Input and output of one voxel type only: a volume of another type in outputVolume names no
 /// instance and fails in the factory rather than being converted.

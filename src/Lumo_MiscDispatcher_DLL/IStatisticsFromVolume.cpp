@@ -6,19 +6,17 @@
 #include "KitoInstances.h"
 
 namespace {
-using Tarn::Kito::Allocator::ExternalBufferAllocator;
-using Tarn::Kito::Allocator::SingleBlockAllocator;
-template <class T, class A>
-using Statistics = Tarn::Kito::Statistics::StatisticsFromVolume::Operator<Tarn::Kito::VolumePtr<T, A>>;
-template <class T> using InMemory = Statistics<T, SingleBlockAllocator>;
-template <class T> using OverMemory = Statistics<T, ExternalBufferAllocator<SingleBlockAllocator>>;
+using Tarn::Lumo_DLL::Instances::External1;
+using Tarn::Lumo_DLL::Instances::InMemory;
+template <class T> using InMemoryStatistics = Tarn::Kito::Statistics::StatisticsFromVolume::Operator<InMemory<T>>;
+template <class T>
+using ChunkStatistics = Tarn::Kito::Statistics::StatisticsFromVolume::Operator<Tarn::Kito::VolumePtr<T, External1>>;
 } // namespace
 
 #define TARN_MAKE(T)                                                                                                   \
-    template class Tarn::Kito::Statistics::StatisticsFromVolume::Operator<                                             \
-        Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocator::SingleBlockAllocator>>;                                        \
-    template class Tarn::Kito::Statistics::StatisticsFromVolume::Operator<Tarn::Kito::VolumePtr<                       \
-        T, Tarn::Kito::Allocator::ExternalBufferAllocator<Tarn::Kito::Allocator::SingleBlockAllocator>>>;
+    TARN_OPERATOR_INSTANCE(, Tarn::Kito::Statistics::StatisticsFromVolume::Operator<InMemory<T>>)                      \
+    TARN_OPERATOR_INSTANCE(, Tarn::Kito::Statistics::StatisticsFromVolume::Operator<                                   \
+                                 Tarn::Kito::VolumePtr<T, External1>>)
 TARN_OPERATOR_VOXELS(TARN_MAKE)
 #undef TARN_MAKE
 
@@ -26,13 +24,11 @@ namespace Tarn::Lumo_DLL {
 
 using Tarn::Kito::SmartPointer;
 
+/// Every type in one block of memory, then every type in a chunk of one.
 IStatisticsFromVolume::IOperator::IOperator()
 {
-    detail::forceInstances<InMemory<Tarn::int8>, InMemory<Tarn::uint8>, InMemory<Tarn::int16>, InMemory<Tarn::uint16>,
-                           InMemory<Tarn::int32>, InMemory<Tarn::uint32>, InMemory<Tarn::float32>,
-                           InMemory<Tarn::float64>, OverMemory<Tarn::int8>, OverMemory<Tarn::uint8>,
-                           OverMemory<Tarn::int16>, OverMemory<Tarn::uint16>, OverMemory<Tarn::int32>,
-                           OverMemory<Tarn::uint32>, OverMemory<Tarn::float32>, OverMemory<Tarn::float64>>();
+    detail::forceInstances<InMemoryStatistics>(Instances::OperatorVoxels());
+    detail::forceInstances<ChunkStatistics>(Instances::OperatorVoxels());
 }
 
 SmartPointer<Tarn::Kito::IOperator> IStatisticsFromVolume::IOperator::getOperatorFromParameterObject(

@@ -5,11 +5,11 @@
 #include "KitoInstances.h"
 
 namespace {
-template <class T>
-using SumOfVoxels = Tarn::Kito::Statistics::SumOfVoxels::Operator<Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocator::SingleBlockAllocator>>;
-}
+using Tarn::Lumo_DLL::Instances::InMemory;
+template <class T> using SumOfVoxels = Tarn::Kito::Statistics::SumOfVoxels::Operator<InMemory<T>>;
+} // namespace
 
-#define TARN_MAKE(T) template class Tarn::Kito::Statistics::SumOfVoxels::Operator<Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocator::SingleBlockAllocator>>;
+#define TARN_MAKE(T) TARN_OPERATOR_INSTANCE(, Tarn::Kito::Statistics::SumOfVoxels::Operator<InMemory<T>>)
 TARN_OPERATOR_VOXELS(TARN_MAKE)
 #undef TARN_MAKE
 
@@ -17,12 +17,7 @@ namespace Tarn::Lumo_DLL {
 
 using Tarn::Kito::SmartPointer;
 
-ISumOfVoxels::IOperator::IOperator()
-{
-    detail::forceInstances<SumOfVoxels<Tarn::int8>, SumOfVoxels<Tarn::uint8>, SumOfVoxels<Tarn::int16>,
-                           SumOfVoxels<Tarn::uint16>, SumOfVoxels<Tarn::int32>, SumOfVoxels<Tarn::uint32>,
-                           SumOfVoxels<Tarn::float32>, SumOfVoxels<Tarn::float64>>();
-}
+ISumOfVoxels::IOperator::IOperator() { detail::forceInstances<SumOfVoxels>(Instances::OperatorVoxels()); }
 
 SmartPointer<Tarn::Kito::IOperator>
 ISumOfVoxels::IOperator::getOperatorFromParameterObject(SmartPointer<Tarn::Kito::Persistence::IComposite> parameter) const

@@ -1,21 +1,83 @@
-// KitoInstances: the one spelling of the voxel type lists and of the volume and allocator instances
-// that many translation units would otherwise each compile. Private to the dispatcher library.
+// KitoInstances: the one spelling of the voxel type lists, of the instance families built from them,
+// and of the volume and allocator instances that many translation units would otherwise each
+// compile. Private to the dispatcher library; its tests read the lists too, so that they run over
+// exactly the types the library is built for.
 #ifndef TARN_LUMO_DLL_KITOINSTANCES_H_INCLUDED
 #define TARN_LUMO_DLL_KITOINSTANCES_H_INCLUDED
 
+#include <Kito/ClassFactory>
 #include <Kito/ExternalBufferAllocator>
 #include <Kito/SingleBlockAllocator>
 #include <Kito/SmartPointer>
 #include <Kito/Types>
 #include <Kito/Volume>
 
-// Voxel types every operator is built for.
-#define TARN_OPERATOR_VOXELS(X) X(Tarn::int8) X(Tarn::uint8) X(Tarn::int16) X(Tarn::uint16) \
-                                X(Tarn::int32) X(Tarn::uint32) X(Tarn::float32) X(Tarn::float64)
-// The 64-bit integers, which only a few volume types are built for.
-#define TARN_WIDE_INTEGER_VOXELS(X) X(Tarn::int64) X(Tarn::uint64)
-// All ten voxel types.
-#define TARN_ALL_VOXELS(X) TARN_OPERATOR_VOXELS(X) TARN_WIDE_INTEGER_VOXELS(X)
+// ---- Voxel type lists ---------------------------------------------------------------------------
+// TARN_<NAME>_VOXEL_LIST(F, ...) calls F(T, ...) for each voxel type T of the list, in its order,
+// and hands its other arguments through, which is what lets a list run inside another (see
+// TARN_PAIRS). The larger lists are joined from the smaller ones, so each type is written once.
+#define TARN_SMALL_INTEGER_VOXEL_LIST(F, ...)                                                      \
+    F(Tarn::int8, __VA_ARGS__) F(Tarn::uint8, __VA_ARGS__) F(Tarn::int16, __VA_ARGS__) F(Tarn::uint16, __VA_ARGS__)
+#define TARN_WORD_INTEGER_VOXEL_LIST(F, ...) F(Tarn::int32, __VA_ARGS__) F(Tarn::uint32, __VA_ARGS__)
+#define TARN_FLOAT_VOXEL_LIST(F, ...) F(Tarn::float32, __VA_ARGS__) F(Tarn::float64, __VA_ARGS__)
+#define TARN_WIDE_INTEGER_VOXEL_LIST(F, ...) F(Tarn::int64, __VA_ARGS__) F(Tarn::uint64, __VA_ARGS__)
+// The integer types of the operators.
+#define TARN_OPERATOR_INTEGER_VOXEL_LIST(F, ...)                                                   \
+    TARN_SMALL_INTEGER_VOXEL_LIST(F, __VA_ARGS__) TARN_WORD_INTEGER_VOXEL_LIST(F, __VA_ARGS__)
+// The eight types every operator is built for, in the order in which ISumOfVoxels makes its
+// instances: int8, uint8, int16, uint16, int32, uint32, float32, float64.
+#define TARN_OPERATOR_VOXEL_LIST(F, ...)                                                           \
+    TARN_OPERATOR_INTEGER_VOXEL_LIST(F, __VA_ARGS__) TARN_FLOAT_VOXEL_LIST(F, __VA_ARGS__)
+// All ten: the 64-bit integers only where a volume or an operator needs them.
+#define TARN_ALL_VOXEL_LIST(F, ...)                                                                \
+    TARN_OPERATOR_VOXEL_LIST(F, __VA_ARGS__) TARN_WIDE_INTEGER_VOXEL_LIST(F, __VA_ARGS__)
+// The types a height map is written in.
+#define TARN_HEIGHT_VOXEL_LIST(F, ...)                                                             \
+    F(Tarn::uint8, __VA_ARGS__) F(Tarn::uint16, __VA_ARGS__) F(Tarn::uint32, __VA_ARGS__)
+
+// X(I, O) for every I of the list OUTER and every O of the list INNER, I outermost; OUTER and INNER
+// are list names such as OPERATOR. The preprocessor does not expand a macro again inside its own
+// expansion, and INNER is often OUTER itself: so a row only leaves the inner list's name and
+// arguments behind (TARN_EMPTY keeps TARN_LIST_NAME from being called at once), and the rescan of
+// TARN_EXPAND, after the outer list is done, expands them. For that reason an X given here must not
+// use TARN_EXPAND itself.
+#define TARN_PAIRS(OUTER, INNER, X) TARN_EXPAND(TARN_LIST_NAME(OUTER)(TARN_PAIR_ROW, INNER, X))
+#define TARN_EMPTY()
+#define TARN_EXPAND(...) __VA_ARGS__
+#define TARN_LIST_NAME(NAME) TARN_##NAME##_VOXEL_LIST
+#define TARN_PAIR_ROW(I, INNER, X) TARN_LIST_NAME TARN_EMPTY()(INNER)(TARN_PAIR_CELL, X, I)
+#define TARN_PAIR_CELL(O, X, I) X(I, O)
+#define TARN_ONCE(T, X) X(T)
+#define TARN_TWICE(T, X) X(T, T)
+
+// ---- Instance families --------------------------------------------------------------------------
+// One list per family of instances: X(T) or X(I, O) for each instance, in the order in which its
+// facade makes them.
+// SumOfVoxels, ProjectionMax, StatisticsFromVolume; chunks of the third level.
+#define TARN_OPERATOR_VOXELS(X) TARN_OPERATOR_VOXEL_LIST(TARN_ONCE, X)
+// Volumes up to the second level of chunks, triples.
+#define TARN_ALL_VOXELS(X) TARN_ALL_VOXEL_LIST(TARN_ONCE, X)
+// ProjectionSum and DuplicateSlices, container tables: every pair of the eight.
+#define TARN_OPERATOR_VOXEL_PAIRS(X) TARN_PAIRS(OPERATOR, OPERATOR, X)
+// OrthogonalPlanarisationOperator: every pair of the ten.
+#define TARN_ALL_VOXEL_PAIRS(X) TARN_PAIRS(ALL, ALL, X)
+// HeightMap: any of the ten into a height type.
+#define TARN_HEIGHT_MAP_PAIRS(X) TARN_PAIRS(ALL, HEIGHT, X)
+// LookupTableConversion: the small integers into any of the eight.
+#define TARN_LOOKUP_TABLE_PAIRS(X) TARN_PAIRS(SMALL_INTEGER, OPERATOR, X)
+// ProjectionMean: any of the eight into float32, float64 or its own type, each pair once (22).
+#define TARN_PROJECTION_MEAN_PAIRS(X)                                                              \
+    TARN_OPERATOR_INTEGER_VOXEL_LIST(TARN_TWICE, X) TARN_PAIRS(OPERATOR_INTEGER, FLOAT, X) TARN_PAIRS(FLOAT, FLOAT, X)
+
+// One operator instance with its registration with the class factory, prefix empty or extern. The
+// explicit instance of the subscriber defines the registrator, which runs when the library loads;
+// declared together with the operator, a translation unit that names the instance (a facade forcing
+// it) compiles neither of them a second time. A split family is declared in a header of its own
+// and defined in several translation units, so that both cores share the work.
+#define TARN_OPERATOR_INSTANCE(prefix, ...)                                                        \
+    prefix template class __VA_ARGS__;                                                             \
+    prefix template class Tarn::Kito::Factory::StaticFactorySubscriber<                            \
+        Tarn::Kito::Factory::DefaultClassFactory, __VA_ARGS__>;
 
 namespace Tarn::Lumo_DLL::Instances {
 // The in-memory allocators, one name per nesting level of chunks: a chunk of a chunk is a new
@@ -24,8 +86,41 @@ using SingleBlock = Tarn::Kito::Allocator::SingleBlockAllocator;
 using External1 = Tarn::Kito::Allocator::ExternalBufferAllocator<SingleBlock>;
 using External2 = Tarn::Kito::Allocator::ExternalBufferAllocator<External1>;
 using External3 = Tarn::Kito::Allocator::ExternalBufferAllocator<External2>;
+
+/// The argument type of nearly every operator instance.
+template <class T> using InMemory = Tarn::Kito::VolumePtr<T, SingleBlock>;
+
+/// The voxel types of one instance, in the order of its template arguments.
+template <class... T> struct Arguments {};
+/// The instances of a family by their Arguments, in the order of its list.
+template <class... A> struct InstanceList {};
+/// The instance Family<T...> of Arguments<T...>.
+template <template <class...> class Family, class A> struct InstanceOf;
+template <template <class...> class Family, class... T> struct InstanceOf<Family, Arguments<T...>> {
+    using type = Family<T...>;
+};
+
+namespace detail {
+// Each entry of a family brings the comma before it, so the list starts with a void to drop.
+template <class Void, class... A> struct DropFirst {
+    using type = InstanceList<A...>;
+};
+} // namespace detail
+
+#define TARN_LISTED(...) , Tarn::Lumo_DLL::Instances::Arguments<__VA_ARGS__>
+#define TARN_INSTANCE_LIST(FAMILY) detail::DropFirst<void FAMILY(TARN_LISTED)>::type
+using OperatorVoxels = TARN_INSTANCE_LIST(TARN_OPERATOR_VOXELS);
+using AllVoxels = TARN_INSTANCE_LIST(TARN_ALL_VOXELS);
+using OperatorVoxelPairs = TARN_INSTANCE_LIST(TARN_OPERATOR_VOXEL_PAIRS);
+using AllVoxelPairs = TARN_INSTANCE_LIST(TARN_ALL_VOXEL_PAIRS);
+using HeightMapPairs = TARN_INSTANCE_LIST(TARN_HEIGHT_MAP_PAIRS);
+using LookupTablePairs = TARN_INSTANCE_LIST(TARN_LOOKUP_TABLE_PAIRS);
+using ProjectionMeanPairs = TARN_INSTANCE_LIST(TARN_PROJECTION_MEAN_PAIRS);
+#undef TARN_INSTANCE_LIST
+#undef TARN_LISTED
 } // namespace Tarn::Lumo_DLL::Instances
 
+// ---- Shared volume instances --------------------------------------------------------------------
 // One volume instance with its two handle types. An explicit instance of a Volume names its
 // factory registrator, so loading the library registers it.
 #define TARN_VOLUME_INSTANCE(prefix, T, A)                                                         \

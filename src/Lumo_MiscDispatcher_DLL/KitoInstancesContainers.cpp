@@ -26,14 +26,7 @@ template class Tarn::Kito::Container::Map<Tarn::int32, std::string>;
 template class Tarn::Kito::Container::Map<std::string, Tarn::int32>;
 template class Tarn::Kito::Container::BidirectionalMap<std::string, Tarn::int32>;
 
-// Lookup tables from every operator voxel type to every other. A list macro cannot be expanded
-// again inside its own expansion, so the keys come from the list and each row names the value
-// types itself, in the list's order.
+// Lookup tables from every operator voxel type to every other.
 #define TARN_MAKE_TABLE(K, V) template class Tarn::Kito::Container::Table<K, V>;
-#define TARN_MAKE_TABLE_ROW(K)                                                                     \
-    TARN_MAKE_TABLE(K, Tarn::int8) TARN_MAKE_TABLE(K, Tarn::uint8) TARN_MAKE_TABLE(K, Tarn::int16) \
-    TARN_MAKE_TABLE(K, Tarn::uint16) TARN_MAKE_TABLE(K, Tarn::int32) TARN_MAKE_TABLE(K, Tarn::uint32) \
-    TARN_MAKE_TABLE(K, Tarn::float32) TARN_MAKE_TABLE(K, Tarn::float64)
-TARN_OPERATOR_VOXELS(TARN_MAKE_TABLE_ROW)
-#undef TARN_MAKE_TABLE_ROW
+TARN_OPERATOR_VOXEL_PAIRS(TARN_MAKE_TABLE)
 #undef TARN_MAKE_TABLE

@@ -7,19 +7,18 @@
 #include <complex>
 #include <string>
 
-// Every type a Data value can hold: a triple of any of them can travel in a parameter object.
-#define TARN_GEOMETRY_VOXELS(X) X(Tarn::int8) X(Tarn::uint8) X(Tarn::int16) X(Tarn::uint16) X(Tarn::int32) \
-                                X(Tarn::uint32) X(Tarn::int64) X(Tarn::uint64) X(Tarn::float32) X(Tarn::float64)
+#include "KitoInstances.h"
 
+// Triples of all ten voxel types and of their complex forms, every type a Data value can hold: a
+// triple of any of them can travel in a parameter object.
 #define TARN_MAKE_TRIPLE(T) template class Tarn::Kito::TripleComposite<T>;
 #define TARN_MAKE_COMPLEX_TRIPLE(T) template class Tarn::Kito::TripleComposite<std::complex<T>>;
 TARN_MAKE_TRIPLE(bool)
 TARN_MAKE_TRIPLE(std::string)
-TARN_GEOMETRY_VOXELS(TARN_MAKE_TRIPLE)
-TARN_GEOMETRY_VOXELS(TARN_MAKE_COMPLEX_TRIPLE)
+TARN_ALL_VOXELS(TARN_MAKE_TRIPLE)
+TARN_ALL_VOXELS(TARN_MAKE_COMPLEX_TRIPLE)
 #undef TARN_MAKE_COMPLEX_TRIPLE
 #undef TARN_MAKE_TRIPLE
-#undef TARN_GEOMETRY_VOXELS
 
 // Sizes, positions and regions are only ever counted in SizeType.
 template class Tarn::Kito::DimensionComposite<Tarn::Kito::SizeType>;

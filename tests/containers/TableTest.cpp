@@ -120,8 +120,7 @@ TYPED_TEST(TableTyped, KeysCopiedOneByOneRebuildTheTable)
 
 TEST(TableFactory, EveryPairOfTheOperatorVoxelTypesIsRegistered)
 {
-    const std::vector<std::string> voxels = {"Tarn::int8",  "Tarn::uint8",  "Tarn::int16",   "Tarn::uint16",
-                                             "Tarn::int32", "Tarn::uint32", "Tarn::float32", "Tarn::float64"};
+    const std::vector<std::string> voxels = TestSupport::voxelNames(Tarn::Lumo_DLL::Instances::OperatorVoxels());
     for (const std::string& key : voxels)
         for (const std::string& value : voxels) {
             const std::string identifier = "Tarn::Kito::Container::Table< " + key + " , " + value + " >";

@@ -37,8 +37,7 @@ using TestSupport::MemoryVolumePtr;
 using Region = Tarn::Kito::RegionOfInterest<SizeType>;
 
 /// All ten voxel types, for typed test suites.
-using AllVoxelTypes = ::testing::Types<Tarn::int8, Tarn::uint8, Tarn::int16, Tarn::uint16, Tarn::int32, Tarn::uint32,
-                                       Tarn::int64, Tarn::uint64, Tarn::float32, Tarn::float64>;
+using AllVoxelTypes = TestSupport::VoxelTypesAs<::testing::Types, Tarn::Lumo_DLL::Instances::AllVoxels>;
 
 /// The value that counts as empty, written out per type: the type's minimum, and for the float
 /// types the smallest positive normalised number.

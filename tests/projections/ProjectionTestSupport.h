@@ -37,8 +37,7 @@ using Region = Tarn::Kito::RegionOfInterest<SizeType>;
 
 /// The type lists of the loops over output types.
 template <class... T> struct TypeList {};
-using OperatorVoxelList = TypeList<Tarn::int8, Tarn::uint8, Tarn::int16, Tarn::uint16, Tarn::int32, Tarn::uint32,
-                                   Tarn::float32, Tarn::float64>;
+using OperatorVoxelList = TestSupport::VoxelTypesAs<TypeList, Tarn::Lumo_DLL::Instances::OperatorVoxels>;
 
 /// Calls visit(static_cast<T*>(nullptr)) for every T of the list, in order.
 template <class Visit, class... T> void forEachType(TypeList<T...>, Visit&& visit)

@@ -7,6 +7,7 @@
 #include <Kito/Triple>
 #include <Kito/Types>
 #include <Kito/Volume>
+#include <Lumo_MiscDispatcher_DLL/KitoInstances.h>
 
 #include <gtest/gtest.h>
 
@@ -27,23 +28,33 @@ using Tarn::Kito::SizeType;
 template <class T> using MemoryVolume = Tarn::Kito::Volume<T, Tarn::Kito::Allocator::SingleBlockAllocator>;
 template <class T> using MemoryVolumePtr = Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocator::SingleBlockAllocator>;
 
-/// The operators' eight voxel types, for typed test suites.
-using OperatorVoxelTypes = ::testing::Types<Tarn::int8, Tarn::uint8, Tarn::int16, Tarn::uint16, Tarn::int32,
-                                            Tarn::uint32, Tarn::float32, Tarn::float64>;
+/// The types of a list of the dispatcher library's one-argument instances, as the arguments of To:
+/// the typed tests run over exactly the types the library is built for.
+template <template <class...> class To, class List> struct VoxelTypesOf;
+template <template <class...> class To, class... T>
+struct VoxelTypesOf<To, Tarn::Lumo_DLL::Instances::InstanceList<Tarn::Lumo_DLL::Instances::Arguments<T>...>> {
+    using type = To<T...>;
+};
+template <template <class...> class To, class List> using VoxelTypesAs = typename VoxelTypesOf<To, List>::type;
 
-/// The voxel type names as class identifiers spell them, written out here so that tests build
-/// expected identifiers from their own text.
+/// The operators' eight voxel types, for typed test suites.
+using OperatorVoxelTypes = VoxelTypesAs<::testing::Types, Tarn::Lumo_DLL::Instances::OperatorVoxels>;
+
+/// The voxel type names as class identifiers spell them, made from the text of the library's list
+/// rather than by the library's own naming of types, so that tests build expected identifiers from
+/// a text of their own.
 template <class T> const char* voxelName();
-template <> inline const char* voxelName<Tarn::int8>() { return "Tarn::int8"; }
-template <> inline const char* voxelName<Tarn::uint8>() { return "Tarn::uint8"; }
-template <> inline const char* voxelName<Tarn::int16>() { return "Tarn::int16"; }
-template <> inline const char* voxelName<Tarn::uint16>() { return "Tarn::uint16"; }
-template <> inline const char* voxelName<Tarn::int32>() { return "Tarn::int32"; }
-template <> inline const char* voxelName<Tarn::uint32>() { return "Tarn::uint32"; }
-template <> inline const char* voxelName<Tarn::int64>() { return "Tarn::int64"; }
-template <> inline const char* voxelName<Tarn::uint64>() { return "Tarn::uint64"; }
-template <> inline const char* voxelName<Tarn::float32>() { return "Tarn::float32"; }
-template <> inline const char* voxelName<Tarn::float64>() { return "Tarn::float64"; }
+#define TARN_VOXEL_NAME(T) template <> inline const char* voxelName<T>() { return #T; }
+TARN_ALL_VOXELS(TARN_VOXEL_NAME)
+#undef TARN_VOXEL_NAME
+
+/// The names of the types of a one-argument list, in its order.
+template <class... T>
+std::vector<std::string>
+voxelNames(Tarn::Lumo_DLL::Instances::InstanceList<Tarn::Lumo_DLL::Instances::Arguments<T>...>)
+{
+    return {voxelName<T>()...};
+}
 
 /// Names typed test cases after their voxel type ("SumOfVoxelsTyped/uint16") rather than a number.
 struct VoxelTypeNames {

@@ -1,0 +1,141 @@
+// What loading the dispatcher library puts into the class factory, against the instance lists of
+// KitoInstances.h: every identifier a facade can spell for a listed instance is registered, and
+// nothing else is. The expected identifiers are written here from the voxel type names and the
+// identifier format, not asked of the classes, so a list, a facade's forcing or an operator's
+// getType that drifts apart from the others shows.
+#include <Kito/ClassFactory>
+#include <Lumo_MiscDispatcher_DLL/KitoInstances.h>
+
+#include <support/RandomVolume.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace Instances = Tarn::Lumo_DLL::Instances;
+using Names = std::vector<std::string>;
+
+/// The voxel type names of each instance of a list, in the list's order.
+template <class... T> Names namesOf(Instances::Arguments<T...>) { return {TestSupport::voxelName<T>()...}; }
+template <class... A> std::vector<Names> instanceNames(Instances::InstanceList<A...>) { return {namesOf(A())...}; }
+
+const std::string singleBlock = "Tarn::Kito::Allocator::SingleBlockAllocator";
+
+std::string chunkOf(const std::string& allocator)
+{
+    return "Tarn::Kito::Allocator::ExternalBufferAllocator< " + allocator + " >";
+}
+
+std::string volume(const std::string& voxel, const std::string& allocator = singleBlock)
+{
+    return "Tarn::Kito::Volume< " + voxel + " , " + allocator + " >";
+}
+
+/// "prefix< a, b >": an operator's volumes joined by its own separator, " , " or ", ".
+std::string operatorOf(const std::string& prefix, const Names& voxels, const std::string& separator)
+{
+    std::string text = prefix + "< ";
+    for (std::size_t i = 0; i < voxels.size(); ++i) text += (i == 0 ? "" : separator) + volume(voxels[i]);
+    return text + " >";
+}
+
+/// The identifiers of every instance of a list of an operator.
+template <class List>
+void addOperators(Names& ids, const std::string& prefix, List list, const std::string& separator)
+{
+    for (const Names& voxels : instanceNames(list)) ids.push_back(operatorOf(prefix, voxels, separator));
+}
+
+Names expectedIdentifiers()
+{
+    const std::string external1 = chunkOf(singleBlock), external2 = chunkOf(external1), external3 = chunkOf(external2);
+    const Names operatorVoxels = TestSupport::voxelNames(Instances::OperatorVoxels());
+    const Names allVoxels = TestSupport::voxelNames(Instances::AllVoxels());
+    Names ids = {singleBlock, external1, external2, external3};
+
+    for (const std::string& voxel : allVoxels)
+        for (const std::string& allocator : {singleBlock, external1, external2}) ids.push_back(volume(voxel, allocator));
+    for (const std::string& voxel : operatorVoxels) ids.push_back(volume(voxel, external3));
+
+    ids.insert(ids.end(), {"Tarn::Kito::Dim", "Tarn::Kito::Pos", "Tarn::Kito::Roi", "Tarn::Kito::Triple< bool >",
+                           "Tarn::Kito::Triple< std::string >"});
+    for (const std::string& voxel : allVoxels) {
+        ids.push_back("Tarn::Kito::Triple< " + voxel + " >");
+        ids.push_back("Tarn::Kito::Triple< std::complex< " + voxel + " > >");
+    }
+
+    ids.insert(ids.end(), {"Tarn::Kito::Container::List< std::string >", "Tarn::Kito::Container::List< Tarn::Kito::Roi >",
+                           "Tarn::Kito::Container::Map< Tarn::int32 , std::string >",
+                           "Tarn::Kito::Container::Map< std::string , Tarn::int32 >",
+                           "Tarn::Kito::Container::BidirectionalMap< std::string , Tarn::int32 >"});
+    for (const Names& pair : instanceNames(Instances::OperatorVoxelPairs()))
+        ids.push_back("Tarn::Kito::Container::Table< " + pair[0] + " , " + pair[1] + " >");
+
+    ids.insert(ids.end(), {"Tarn::Lumo::ComputeHeightMapBorder::Parameter", "Tarn::Lumo::HeightMap::Parameter",
+                           "Tarn::Lumo::PlanarisationOperators::OrthogonalPlanarisationOperator::Parameter",
+                           "Tarn::Lumo::ProjectionMax::Parameter", "Tarn::Lumo::ProjectionSum::Parameter"});
+
+    for (const std::string& voxel : operatorVoxels) {
+        ids.push_back("Tarn::Kito::Statistics::SumOfVoxels::Operator< " + volume(voxel) + " >");
+        ids.push_back("Tarn::Kito::Statistics::StatisticsFromVolume::Operator< " + volume(voxel) + " >");
+        ids.push_back("Tarn::Kito::Statistics::StatisticsFromVolume::Operator< " + volume(voxel, external1) + " >");
+        ids.push_back(operatorOf("Tarn::Lumo::ProjectionMax::Operator", {voxel, voxel}, " , "));
+    }
+    addOperators(ids, "Tarn::Lumo::ProjectionSum::Operator", Instances::OperatorVoxelPairs(), " , ");
+    addOperators(ids, "Tarn::Lumo::HeightMap::Operator", Instances::HeightMapPairs(), ", ");
+    addOperators(ids, "Tarn::Lumo::PlanarisationOperators::OrthogonalPlanarisationOperator::Operator",
+                 Instances::AllVoxelPairs(), " , ");
+    ids.push_back("Tarn::Lumo::SumOfTriangleAreas::Operator");
+
+    std::sort(ids.begin(), ids.end());
+    return ids;
+}
+
+/// The entries of from that are not in what, both sorted.
+Names without(const Names& from, const Names& what)
+{
+    Names rest;
+    std::set_difference(from.begin(), from.end(), what.begin(), what.end(), std::back_inserter(rest));
+    return rest;
+}
+
+TEST(Registration, TheFactoryHoldsExactlyTheListedInstances)
+{
+    // Nothing in this program registers a class of its own, so the factory holds what the library put there.
+    const Names registered = Tarn::Kito::Factory::DefaultClassFactory::instance().getIdentifiers();
+    const Names expected = expectedIdentifiers();
+    EXPECT_EQ(without(expected, registered), Names()) << "listed, but not registered";
+    EXPECT_EQ(without(registered, expected), Names()) << "registered, but not listed";
+    EXPECT_EQ(std::set<std::string>(expected.begin(), expected.end()).size(), expected.size()) << "listed twice";
+    EXPECT_EQ(registered.size(), 368u);
+}
+
+// ---- the lists of families that have no facade yet ----------------------------------------------
+
+TEST(InstanceLists, LookupTablesGoFromEachSmallIntegerIntoEachOperatorType)
+{
+    std::vector<Names> expected;
+    for (const char* input : {"Tarn::int8", "Tarn::uint8", "Tarn::int16", "Tarn::uint16"})
+        for (const std::string& output : TestSupport::voxelNames(Instances::OperatorVoxels()))
+            expected.push_back({input, output});
+    EXPECT_EQ(instanceNames(Instances::LookupTablePairs()), expected);
+}
+
+TEST(InstanceLists, MeansGoIntoTheFloatTypesAndTheInputTypeEachOnce)
+{
+    std::set<Names> expected;
+    for (const std::string& input : TestSupport::voxelNames(Instances::OperatorVoxels()))
+        for (const std::string& output : {input, std::string("Tarn::float32"), std::string("Tarn::float64")})
+            expected.insert({input, output});
+    const std::vector<Names> listed = instanceNames(Instances::ProjectionMeanPairs());
+    EXPECT_EQ(std::set<Names>(listed.begin(), listed.end()), expected);
+    EXPECT_EQ(listed.size(), 22u);
+}
+
+} // namespace
