@@ -99,7 +99,14 @@ template <class In, class Out>
     const Out notFound = std::numeric_limits<Out>::max();
     for (SizeType s = 0; s < nSec; ++s) {
         const In* ray = first + static_cast<OffsetType>(s) * secStride;
-        for (SizeType p = 0; p < nPrim; ++p, ray += primStride) *out++ = rayHeight(ray, nTert, background, notFound);
+        Out* o = out + s * nPrim;
+        if (primStride < 0) {
+            // The rays in the order of memory: view prim runs backwards through it.
+            ray += static_cast<OffsetType>(nPrim - 1) * primStride;
+            for (SizeType p = nPrim; p-- > 0; ray -= primStride) o[p] = rayHeight(ray, nTert, background, notFound);
+        } else {
+            for (SizeType p = 0; p < nPrim; ++p, ray += primStride) o[p] = rayHeight(ray, nTert, background, notFound);
+        }
     }
 }
 
