@@ -464,59 +464,18 @@ template <class Loop> void largeFastestExact(benchmark::State& state, Loop loop)
 using Tarn::Lumo_DLL::IProjectionMax;
 using Tarn::Lumo_DLL::IProjectionSum;
 
-void LargeProjectionSumUint16ToUint8Facade(benchmark::State& state)
-{
-    largeFacade<IProjectionSum, Tarn::uint16, Tarn::uint8>(state, fastestSumUint16ToUint8);
-}
-void LargeProjectionSumUint16ToUint8FastestExact(benchmark::State& state)
-{
-    largeFastestExact(state, fastestSumUint16ToUint8);
-}
-void LargeProjectionSumUint16ToFloat32Facade(benchmark::State& state)
-{
-    largeFacade<IProjectionSum, Tarn::uint16, Tarn::float32>(state, fastestSumUint16ToFloat32);
-}
-void LargeProjectionSumUint16ToFloat32FastestExact(benchmark::State& state)
-{
-    largeFastestExact(state, fastestSumUint16ToFloat32);
-}
-void LargeProjectionSumUint16ToFloat64Facade(benchmark::State& state)
-{
-    largeFacade<IProjectionSum, Tarn::uint16, Tarn::float64>(state, fastestSumUint16ToFloat64);
-}
-void LargeProjectionSumUint16ToFloat64FastestExact(benchmark::State& state)
-{
-    largeFastestExact(state, fastestSumUint16ToFloat64);
-}
-void LargeProjectionSumFloat32Facade(benchmark::State& state)
-{
-    largeFacade<IProjectionSum, Tarn::float32, Tarn::float32>(state, fastestSumFloat32);
-}
-void LargeProjectionSumFloat32FastestExact(benchmark::State& state) { largeFastestExact(state, fastestSumFloat32); }
-void LargeProjectionMaxUint16Facade(benchmark::State& state)
-{
-    largeFacade<IProjectionMax, Tarn::uint16, Tarn::uint16>(state, fastestMaxUint16);
-}
-void LargeProjectionMaxUint16FastestExact(benchmark::State& state) { largeFastestExact(state, fastestMaxUint16); }
-void LargeProjectionMaxFloat32Facade(benchmark::State& state)
-{
-    largeFacade<IProjectionMax, Tarn::float32, Tarn::float32>(state, fastestMaxFloat32);
-}
-void LargeProjectionMaxFloat32FastestExact(benchmark::State& state) { largeFastestExact(state, fastestMaxFloat32); }
-
-#define LUMO_BENCH_LARGE(name) BENCHMARK(name)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
-LUMO_BENCH_LARGE(LargeProjectionSumUint16ToUint8Facade)
-LUMO_BENCH_LARGE(LargeProjectionSumUint16ToUint8FastestExact)
-LUMO_BENCH_LARGE(LargeProjectionSumUint16ToFloat32Facade)
-LUMO_BENCH_LARGE(LargeProjectionSumUint16ToFloat32FastestExact)
-LUMO_BENCH_LARGE(LargeProjectionSumUint16ToFloat64Facade)
-LUMO_BENCH_LARGE(LargeProjectionSumUint16ToFloat64FastestExact)
-LUMO_BENCH_LARGE(LargeProjectionSumFloat32Facade)
-LUMO_BENCH_LARGE(LargeProjectionSumFloat32FastestExact)
-LUMO_BENCH_LARGE(LargeProjectionMaxUint16Facade)
-LUMO_BENCH_LARGE(LargeProjectionMaxUint16FastestExact)
-LUMO_BENCH_LARGE(LargeProjectionMaxFloat32Facade)
-LUMO_BENCH_LARGE(LargeProjectionMaxFloat32FastestExact)
+// Each case's facade and fastest exact loop in the three directions.
+#define LUMO_BENCH_LARGE(name, Facade, I, O)                                                                           \
+    void LargeProjection##name##Facade(benchmark::State& state) { largeFacade<Facade, I, O>(state, fastest##name); }   \
+    void LargeProjection##name##FastestExact(benchmark::State& state) { largeFastestExact(state, fastest##name); }     \
+    BENCHMARK(LargeProjection##name##Facade)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);                   \
+    BENCHMARK(LargeProjection##name##FastestExact)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
+LUMO_BENCH_LARGE(SumUint16ToUint8, IProjectionSum, Tarn::uint16, Tarn::uint8)
+LUMO_BENCH_LARGE(SumUint16ToFloat32, IProjectionSum, Tarn::uint16, Tarn::float32)
+LUMO_BENCH_LARGE(SumUint16ToFloat64, IProjectionSum, Tarn::uint16, Tarn::float64)
+LUMO_BENCH_LARGE(SumFloat32, IProjectionSum, Tarn::float32, Tarn::float32)
+LUMO_BENCH_LARGE(MaxUint16, IProjectionMax, Tarn::uint16, Tarn::uint16)
+LUMO_BENCH_LARGE(MaxFloat32, IProjectionMax, Tarn::float32, Tarn::float32)
 #undef LUMO_BENCH_LARGE
 
 } // namespace
