@@ -221,6 +221,60 @@ TEST(ProjectionMax, OperatorCanRunAgainAndForgetsAnEarlierStop)
     EXPECT_NE(outputOf<Tarn::uint16>(p).operator->(), first.operator->());
 }
 
+// ---- long lines, many lines ------------------------------------------------------------------------
+
+TYPED_TEST(ProjectionMaxTyped, LongAndManyLinesEqualTheWalkOrderReferenceInEveryDirectionAndView)
+{
+    using T = TypeParam;
+    for (const SizedView& sized : longLineViews)
+        for (Tarn::uint64 direction = 0; direction < 3; ++direction) {
+            SCOPED_TRACE("view " + std::to_string(sized.view.index) + ", direction " + std::to_string(direction));
+            const MemoryVolumePtr<T> input = makeRandomView<T>(sized, 400 + 3 * sized.view.index + direction);
+            ASSERT_EQ(input->getDimension(), Dimension<SizeType>(301, 37, 3));
+            const SmartPointer<Parameter> p = projectByFacade(input, direction);
+            expectVolume(outputOf<T>(p), expectedDimension(*input, direction), referenceMax(*input, direction));
+        }
+}
+
+TEST(ProjectionMax, NaNAndSignedZerosAlongPrimKeepTheWalkOrderInLanesAndTails)
+{
+    // Lines of 45 voxels fold as vectors and a last voxel or more one by one; of 20 lines 16 go side
+    // by side and 4 alone. Every third line has a NaN, at a place that moves along the lines; every
+    // third is all zeros of alternating sign, starting with 0 or -0; every third ends with a NaN
+    // after negative voxels.
+    const auto check = [](auto zero) {
+        using T = decltype(zero);
+        const T nan = std::numeric_limits<T>::quiet_NaN();
+        const SizeType P = 45, S = 20, Tn = 2;
+        MemoryVolumePtr<T> input = TestSupport::makeRandomVolume<T>(Dimension<SizeType>(P, S, Tn), 77);
+        for (SizeType t = 0; t < Tn; ++t)
+            for (SizeType s = 0; s < S; ++s)
+                for (SizeType q = 0; q < P; ++q) {
+                    T& voxel = *input->getPosOffset(Position<SizeType>(q, s, t));
+                    if (s % 3 == 0 && q == (s * 7 + t) % P) voxel = nan;
+                    if (s % 3 == 1) voxel = (q + s) % 2 == 1 ? -zero : zero;
+                    if (s % 3 == 2) voxel = q + 1 == P ? nan : -std::abs(voxel);
+                }
+        for (const View& view : {TestSupport::wholeView(0),
+                                 TestSupport::turnedView(1, Orientation(0, 5, 3))}) {
+            SCOPED_TRACE(std::string(TestSupport::voxelName<T>()) + ", view " + std::to_string(view.index));
+            setView(*input, view);
+            const std::vector<T> expected = referenceMax(*input, 2);
+            const MemoryVolumePtr<T> output = outputOf<T>(projectByFacade(input, 2));
+            expectVolume(output, expectedDimension(*input, 2), expected);
+        }
+        // By hand, in storage order: line (1, 0) ends with voxel 44, (44 + 1) % 2 == 1, so -0, which
+        // wins over the 0 before it; line (2, 0) ends with its NaN.
+        setView(*input, TestSupport::wholeView(0));
+        const MemoryVolumePtr<T> output = outputOf<T>(projectByFacade(input, 2));
+        const T zeros = output->getValueAt(Position<SizeType>(0, 1, 0));
+        EXPECT_TRUE(zeros == 0 && std::signbit(zeros));
+        EXPECT_TRUE(std::isnan(output->getValueAt(Position<SizeType>(0, 2, 0))));
+    };
+    check(Tarn::float32(0));
+    check(Tarn::float64(0));
+}
+
 // ---- parameter --------------------------------------------------------------------------------------
 
 TEST(ProjectionMaxParameter, ClassNamePropertiesAndFactory)
@@ -351,6 +405,13 @@ TEST(ProjectionMaxStop, AStopFromAnotherThreadStoresTheRowsOfTheWalkedSlices)
 {
     expectStopLeavesWalkedSlices<Tarn::uint8, IProjectionMax::IOperator, Parameter>(
         [](SizeType t) { return static_cast<Tarn::uint8>(1 + t % 200); });
+}
+
+TEST(ProjectionMaxStop, AStopAlongPrimStoresTheMaximaOfTheWalkedSlices)
+{
+    // Float32 lines go in bands side by side, each giving its slice's number.
+    expectStopLeavesWalkedSlices<Tarn::float32, IProjectionMax::IOperator, Parameter, Tarn::float32>(
+        [](SizeType t) { return static_cast<Tarn::float32>(1 + t % 200); }, 2);
 }
 
 } // namespace

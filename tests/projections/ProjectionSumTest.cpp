@@ -275,6 +275,100 @@ TEST(ProjectionSum, FunctorAddsTheConvertedVoxelInTheOutputType)
     EXPECT_EQ(projected, 255);
 }
 
+// ---- long lines, many lines ------------------------------------------------------------------------
+
+/// The sums of input along direction in every output type, each compared with the walk-order reference.
+template <class I> void expectSumsInEveryOutputType(const MemoryVolumePtr<I>& input, Tarn::uint64 direction)
+{
+    forEachType(OperatorVoxelList(), [&](auto* tag) {
+        using O = std::remove_pointer_t<decltype(tag)>;
+        SCOPED_TRACE(std::string("output ") + TestSupport::voxelName<O>());
+        expectVolume(outputOf<O>(sumByFacade<O>(input, direction)), expectedDimension(*input, direction),
+                     referenceSum<O>(*input, direction));
+    });
+}
+
+TYPED_TEST(ProjectionSumTyped, LongAndManyLinesEqualTheWalkOrderReferenceForEveryOutputTypeDirectionAndView)
+{
+    for (const SizedView& sized : longLineViews)
+        for (Tarn::uint64 direction = 0; direction < 3; ++direction) {
+            SCOPED_TRACE("view " + std::to_string(sized.view.index) + ", direction " + std::to_string(direction));
+            const MemoryVolumePtr<TypeParam> input =
+                makeRandomView<TypeParam>(sized, 500 + 3 * sized.view.index + direction);
+            ASSERT_EQ(input->getDimension(), Dimension<SizeType>(301, 37, 3));
+            expectSumsInEveryOutputType(input, direction);
+        }
+}
+
+/// A volume of extent dimension with every voxel value.
+template <class I> MemoryVolumePtr<I> makeFilledVolume(const Dimension<SizeType>& dimension, I value)
+{
+    MemoryVolumePtr<I> volume(new MemoryVolume<I>(dimension));
+    volume->fill(value);
+    return volume;
+}
+
+TEST(ProjectionSum, RaysAtTheEdgeOfTheExactRangeOfFloat32SumExactly)
+{
+    // 256 voxels of 65535 sum to 16776960, 512 of -32768 to -2^24: every partial sum is a float32.
+    const SmartPointer<Parameter> unsignedSums =
+        sumByFacade<Tarn::float32>(makeFilledVolume<Tarn::uint16>(Dimension<SizeType>(256, 20, 2), 65535), 2);
+    expectVolume(outputOf<Tarn::float32>(unsignedSums), Dimension<SizeType>(1, 20, 2),
+                 std::vector<Tarn::float32>(40, 16776960.0f));
+    const SmartPointer<Parameter> signedSums =
+        sumByFacade<Tarn::float32>(makeFilledVolume<Tarn::int16>(Dimension<SizeType>(512, 20, 2), -32768), 2);
+    expectVolume(outputOf<Tarn::float32>(signedSums), Dimension<SizeType>(1, 20, 2),
+                 std::vector<Tarn::float32>(40, -16777216.0f));
+}
+
+TEST(ProjectionSum, RaysPastTheExactRangeOfFloat32KeepTheWalkOrder)
+{
+    // Lines of 700 large voxels pass 2^24 after some 260 voxels; from there on additions round, so
+    // the walk's order shows in the result, which the integer sum rounded once would not give.
+    const auto check = [](auto sign) {
+        using I = decltype(sign);
+        const Dimension<SizeType> extent(703, 21, 3);
+        MemoryVolumePtr<I> input(new MemoryVolume<I>(extent));
+        for (SizeType t = 0; t < extent.tert; ++t)
+            for (SizeType s = 0; s < extent.sec; ++s)
+                for (SizeType q = 0; q < extent.prim; ++q)
+                    *input->getPosOffset(Position<SizeType>(q, s, t)) =
+                        static_cast<I>(sign * (32767 - static_cast<int>((q * 7919 + s * 104729 + t * 13) % 1999)));
+        for (const View& view : {TestSupport::wholeView(0), TestSupport::regionView(1, Dimension<SizeType>(700, 19, 2),
+                                                                                    Position<SizeType>(2, 1, 1))}) {
+            SCOPED_TRACE(std::string(TestSupport::voxelName<I>()) + ", view " + std::to_string(view.index));
+            setView(*input, view);
+            const std::vector<Tarn::float32> expected = referenceSum<Tarn::float32>(*input, 2);
+            expectVolume(outputOf<Tarn::float32>(sumByFacade<Tarn::float32>(input, 2)),
+                         expectedDimension(*input, 2), expected);
+            const std::vector<Tarn::int64> exact =
+                referenceProjection<Tarn::int64>(*input, 2, [](Tarn::int64 w, I v) { return w + v; });
+            int rounded = 0;
+            for (std::size_t k = 0; k < exact.size(); ++k) rounded += expected[k] != static_cast<Tarn::float32>(exact[k]);
+            EXPECT_GT(rounded, 0) << "no ray whose walk-order sum differs from its exact sum rounded once";
+        }
+    };
+    check(Tarn::uint16(1));
+    check(Tarn::int16(-1));
+}
+
+TEST(ProjectionSum, Uint8SumsWrapAlongEveryAxis)
+{
+    // 65535 and -1 are 255 modulo 256. Along prim 301 of them make 76755, 211 modulo 256; along
+    // sec 18 make 4590, 238; along tert 2 make 510, 254.
+    const Dimension<SizeType> extent(301, 18, 2);
+    const MemoryVolumePtr<Tarn::uint16> wide = makeFilledVolume<Tarn::uint16>(extent, 65535);
+    const MemoryVolumePtr<Tarn::int8> negative = makeFilledVolume<Tarn::int8>(extent, -1);
+    const Tarn::uint8 expected[3] = {254, 238, 211};
+    for (Tarn::uint64 direction = 0; direction < 3; ++direction) {
+        SCOPED_TRACE("direction " + std::to_string(direction));
+        const Dimension<SizeType> out = expectedDimension(*wide, direction);
+        const std::vector<Tarn::uint8> all(out.prim * out.sec * out.tert, expected[direction]);
+        expectVolume(outputOf<Tarn::uint8>(sumByFacade<Tarn::uint8>(wide, direction)), out, all);
+        expectVolume(outputOf<Tarn::uint8>(sumByFacade<Tarn::uint8>(negative, direction)), out, all);
+    }
+}
+
 // ---- parameter --------------------------------------------------------------------------------------
 
 TEST(ProjectionSumParameter, ClassNamePropertiesAndFactory)
@@ -386,6 +480,16 @@ TEST(ProjectionSumStop, AStopFromAnotherThreadStoresTheSumsOfTheWalkedSlices)
     // Direction 1 sums the 64 lines of a slice into its row, in Tarn::uint16 so that no row wraps to 0.
     expectStopLeavesWalkedSlices<Tarn::uint16, IProjectionSum::IOperator, Parameter>(
         [](SizeType t) { return static_cast<Tarn::uint16>(64 * (1 + t % 200)); });
+}
+
+TEST(ProjectionSumStop, AStopAlongPrimStoresTheSumsOfTheWalkedSlices)
+{
+    // Each line holds 64 voxels of its slice's number. Float32 lines go in bands side by side;
+    // Tarn::uint16 lines into Tarn::uint32 one by one, in any order.
+    expectStopLeavesWalkedSlices<Tarn::float32, IProjectionSum::IOperator, Parameter, Tarn::float32>(
+        [](SizeType t) { return static_cast<Tarn::float32>(64 * (1 + t % 200)); }, 2);
+    expectStopLeavesWalkedSlices<Tarn::uint32, IProjectionSum::IOperator, Parameter, Tarn::uint16>(
+        [](SizeType t) { return static_cast<Tarn::uint32>(64 * (1 + t % 200)); }, 2);
 }
 
 } // namespace

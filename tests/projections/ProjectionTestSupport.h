@@ -69,6 +69,33 @@ const View allViews[] = {
     TestSupport::wholeView(0), TestSupport::regionView(1, Dimension<SizeType>(9, 7, 5), Position<SizeType>(3, 2, 4)),
     TestSupport::turnedRegionView(2, Dimension<SizeType>(10, 8, 6), Position<SizeType>(1, 3, 2), Orientation(5, 0, 3))};
 
+/// A view and the extent of the volume it is a view of.
+struct SizedView {
+    View view;
+    Dimension<SizeType> storage;
+};
+
+/// Views of extent (301, 37, 3), with lines longer than any chunk, lane group or band of the walks
+/// and not a multiple of any, and more lines than a band holds, again not a multiple: the whole
+/// volume, whose lines and slices follow each other; a region, whose lines do not; and a region seen
+/// with view prim = storage prim, view sec = storage tert backwards, view tert = storage sec
+/// backwards, whose lines lie voxel after voxel but run backwards through memory, one slice apart.
+const SizedView longLineViews[] = {
+    {TestSupport::wholeView(0), Dimension<SizeType>(301, 37, 3)},
+    {TestSupport::regionView(1, Dimension<SizeType>(301, 37, 3), Position<SizeType>(3, 2, 1)),
+     Dimension<SizeType>(305, 40, 5)},
+    {TestSupport::turnedRegionView(2, Dimension<SizeType>(301, 3, 37), Position<SizeType>(1, 1, 2),
+                                   Orientation(0, 5, 3)),
+     Dimension<SizeType>(304, 5, 40)}};
+
+/// A random volume of T in the view of sized.
+template <class T> MemoryVolumePtr<T> makeRandomView(const SizedView& sized, std::uint64_t seed)
+{
+    MemoryVolumePtr<T> volume = TestSupport::makeRandomVolume<T>(sized.storage, seed);
+    setView(*volume, sized.view);
+    return volume;
+}
+
 /// The output extent of each direction, written out for the test: (P, S, 1), (P, 1, T), (1, S, T).
 inline Dimension<SizeType> expectedDimension(const IVolume& input, Tarn::uint64 direction)
 {
@@ -127,27 +154,33 @@ inline std::vector<double> progressAfterSlices(SizeType slices)
     return values;
 }
 
-/// A Tarn::uint8 volume of extent (nPrim, nSec, nTert) whose slice t holds 1 + t % 200 in every
-/// voxel: a projection along sec (direction 1) gives one output row per tert slice, and a row
-/// that the walk has not reached stays 0.
-inline MemoryVolumePtr<Tarn::uint8> makeSliceNumberVolume(SizeType nPrim, SizeType nSec, SizeType nTert)
+/// A volume of V of extent (nPrim, nSec, nTert) whose slice t holds 1 + t % 200 in every voxel: a
+/// projection along sec (direction 1) or prim (direction 2) gives one output row per tert slice,
+/// and a row that the walk has not reached stays 0.
+template <class V = Tarn::uint8> MemoryVolumePtr<V> makeSliceNumberVolume(SizeType nPrim, SizeType nSec, SizeType nTert)
 {
-    MemoryVolumePtr<Tarn::uint8> volume(new MemoryVolume<Tarn::uint8>(Dimension<SizeType>(nPrim, nSec, nTert)));
-    Tarn::uint8* voxel = volume->getIterator();
+    MemoryVolumePtr<V> volume(new MemoryVolume<V>(Dimension<SizeType>(nPrim, nSec, nTert)));
+    V* voxel = volume->getIterator();
     for (SizeType t = 0; t < nTert; ++t)
-        for (SizeType k = 0; k < nPrim * nSec; ++k) *voxel++ = static_cast<Tarn::uint8>(1 + t % 200);
+        for (SizeType k = 0; k < nPrim * nSec; ++k) *voxel++ = static_cast<V>(1 + t % 200);
     return volume;
 }
 
-/// Runs facade.apply on a direction 1 projection of makeSliceNumberVolume into an output of type T
-/// while a second thread asks it to stop, until one run is stopped before its end: a run takes
-/// some 15 ms, and on a loaded machine the watching thread may not get to run that soon. rowValue(t) is the output voxel of a walked slice t. Checks that the stopped run stored its partial result: the
-/// rows of the walked slices, then zeros; and that every progress value seen, and the final one,
-/// is one the walk stores after a whole slice.
-template <class T, class Facade, class Parameter, class RowValue> void expectStopLeavesWalkedSlices(RowValue&& rowValue)
+/// Runs facade.apply on a projection of makeSliceNumberVolume<V> along direction (1, sec, or 2,
+/// prim) into an output of type T while a second thread asks it to stop, until one run is stopped
+/// before its end: a run takes some 15 ms, and on a loaded machine the watching thread may not get
+/// to run that soon. The volume holds 32 MiB whatever V is. rowValue(t) is the output voxel of a
+/// walked slice t. Checks that the stopped run stored its partial result: the rows of the walked
+/// slices, then zeros; and that every progress value seen, and the final one, is one the walk stores
+/// after a whole slice.
+template <class T, class Facade, class Parameter, class V = Tarn::uint8, class RowValue>
+void expectStopLeavesWalkedSlices(RowValue&& rowValue, Tarn::uint64 direction = 1)
 {
-    const SizeType nPrim = 64, nSec = 64, nTert = 8192;
-    const MemoryVolumePtr<Tarn::uint8> input = makeSliceNumberVolume(nPrim, nSec, nTert);
+    const SizeType nPrim = 64, nSec = 64, nTert = 8192 / sizeof(V);
+    const SizeType row = direction == 1 ? nPrim : nSec;
+    const Dimension<SizeType> projected =
+        direction == 1 ? Dimension<SizeType>(nPrim, 1, nTert) : Dimension<SizeType>(1, nSec, nTert);
+    const MemoryVolumePtr<V> input = makeSliceNumberVolume<V>(nPrim, nSec, nTert);
     const std::vector<double> perSlice = progressAfterSlices(nTert);
     const auto isSliceValue = [&](double value) {
         for (double v : perSlice)
@@ -157,7 +190,7 @@ template <class T, class Facade, class Parameter, class RowValue> void expectSto
     bool stopped = false;
     for (int attempt = 0; attempt < 20 && !stopped; ++attempt) {
         Facade facade;
-        SmartPointer<Parameter> p = parameterFor<Parameter>(input, 1);
+        SmartPointer<Parameter> p = parameterFor<Parameter>(input, direction);
         p->outputVolume.setValue(
             DynamicCast<SmartPointer<IVolume>>(MemoryVolumePtr<T>(new MemoryVolume<T>(Dimension<SizeType>(1, 1, 1)))));
         const TestSupport::StoppedRun run = TestSupport::stopWhileRunning(facade, [&] { facade.apply(asComposite(p)); });
@@ -165,7 +198,7 @@ template <class T, class Facade, class Parameter, class RowValue> void expectSto
         for (double value : run.seen) EXPECT_TRUE(isSliceValue(value)) << value << " is no progress after a slice";
         const MemoryVolumePtr<T> output = outputOf<T>(p);
         ASSERT_TRUE(output != 0);
-        ASSERT_EQ(output->getDimension(), Dimension<SizeType>(nPrim, 1, nTert));
+        ASSERT_EQ(output->getDimension(), projected);
         const double progress = facade.getProgress().getProgress();
         // The walk looks at the stop after a slice and before it reports that slice: a run stopped
         // after k reported slices has walked k + 1.
@@ -181,8 +214,8 @@ template <class T, class Facade, class Parameter, class RowValue> void expectSto
         const std::vector<T> values = voxelsOf(output);
         SizeType wrong = 0;
         for (SizeType t = 0; t < nTert; ++t)
-            for (SizeType i = 0; i < nPrim; ++i)
-                if (!sameBits(values[t * nPrim + i], t < walked ? rowValue(t) : T(0))) ++wrong;
+            for (SizeType i = 0; i < row; ++i)
+                if (!sameBits(values[t * row + i], t < walked ? rowValue(t) : T(0))) ++wrong;
         EXPECT_EQ(wrong, 0u) << "after " << walked << " walked slices";
     }
     EXPECT_TRUE(stopped) << "no run out of twenty saw the stop before its end";
