@@ -465,8 +465,8 @@ using Tarn::Lumo_DLL::IProjectionMax;
 using Tarn::Lumo_DLL::IProjectionSum;
 
 // Each case's facade and fastest exact loop in the three directions.
-#define LUMO_BENCH_LARGE(name, Facade, I, O)                                                                           \
-    void LargeProjection##name##Facade(benchmark::State& state) { largeFacade<Facade, I, O>(state, fastest##name); }   \
+#define LUMO_BENCH_LARGE(name, Api, I, O)                                                                              \
+    void LargeProjection##name##Facade(benchmark::State& state) { largeFacade<Api, I, O>(state, fastest##name); }      \
     void LargeProjection##name##FastestExact(benchmark::State& state) { largeFastestExact(state, fastest##name); }     \
     BENCHMARK(LargeProjection##name##Facade)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);                   \
     BENCHMARK(LargeProjection##name##FastestExact)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
