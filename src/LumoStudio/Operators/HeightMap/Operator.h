@@ -148,26 +148,6 @@ template <class In, class Out>
     }
 }
 
-/// Any other view: slice by slice in the order of the view, with the view's increments.
-template <class In, class Out>
-[[gnu::noinline]] void searchInViewOrder(const In* in, const Tarn::Kito::Iterating::IterateValues& w, Out* out)
-{
-    const In background = backgroundValue<In>();
-    const Out notFound = std::numeric_limits<Out>::max();
-    const SizeType nPrim = w.countPrim, nSec = w.countSec, nTert = w.countTert;
-    const OffsetType stepPrim = w.primIncrement, stepSec = w.secIncrement, stepTert = w.tertIncrement;
-    for (SizeType t = 0; t < nTert; ++t) {
-        const Out height = static_cast<Out>(t);
-        Out* o = out;
-        for (SizeType s = 0; s < nSec; ++s) {
-            for (SizeType p = 0; p < nPrim; ++p, ++o, in += stepPrim)
-                *o = (*in != background && *o == notFound) ? height : *o;
-            in += stepSec;
-        }
-        in += stepTert;
-    }
-}
-
 /// The image of the view w of the input from first on, into out (one slice in storage order,
 /// holding the not-found value everywhere). The result, the smallest t of each ray, does not depend
 /// on the order in which the voxels are read, so the input is read in the order of its memory,
@@ -175,14 +155,14 @@ template <class In, class Out>
 template <class In, class Out> void search(const In* first, const Tarn::Kito::Iterating::IterateValues& w, Out* out)
 {
     if (w.countPrim == 0 || w.countSec == 0 || w.countTert == 0) return;
+    // The three views of orientationOf: direction 0 searches along the stored prim, the other two
+    // keep view prim on it.
     if (w.tertStride == 1)
         searchRays(first, w.primStride, w.secStride, w.countPrim, w.countSec, w.countTert, out);
-    else if (w.primStride == 1 && std::abs(w.secStride) <= std::abs(w.tertStride))
+    else if (std::abs(w.secStride) <= std::abs(w.tertStride))
         searchLayers(first, w.secStride, w.tertStride, w.countPrim, w.countSec, w.countTert, out);
-    else if (w.primStride == 1)
-        searchPlanes(first, w.secStride, w.tertStride, w.countPrim, w.countSec, w.countTert, out);
     else
-        searchInViewOrder(first, w, out);
+        searchPlanes(first, w.secStride, w.tertStride, w.countPrim, w.countSec, w.countTert, out);
 }
 
 } // namespace detail
