@@ -14,8 +14,8 @@ set(spine Types PlainException detail/Format Exceptions SmartPointer Composite D
 # Coordinates, regions and orientations, and the numbers that lead a walk through a view.
 set(geometry Triple TripleComposite Orientation IterateValues)
 # Volumes, where their voxels live, and the containers that travel in parameter objects.
-set(volumes IVolume SingleBlockAllocator ExternalBufferAllocator Volume ContainerBase List Map BidirectionalMap
-            Table)
+set(volumes IVolume SingleBlockAllocator ExternalBufferAllocator detail/FileStorage InputFileAllocator
+            BufferedInputFileAllocator Volume ContainerBase List Map BidirectionalMap Table)
 # Functors and the walks of views by them.
 set(walks Functor Walk Subdivide ForEach ForEachParallel)
 # The operator base and the operators of the generic library.
