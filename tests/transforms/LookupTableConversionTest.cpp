@@ -325,13 +325,15 @@ TEST(LookupTableRun, ProgressEndsAtOneAndAStopLeavesTheLastSliceUntouched)
     op.apply(asComposite(p));
     EXPECT_EQ(op.getProgress().getProgress(), 1.0);
     for (int attempt = 0; attempt < 200; ++attempt) {
+        // A fresh operator: one that ran already shows its old progress until its next run starts.
+        LookupTable<Tarn::uint16, Tarn::uint16> fresh;
         // One thread, so that the slab that reports progress is the one that the stop is seen in.
         bool stopped = false;
         TransformTest::withThreads(1, [&] {
             const MemoryVolumePtr<Tarn::uint16> output(new MemoryVolume<Tarn::uint16>(extent));
             output->fill(0);
             p->outputVolume.setValue(DynamicCast<SmartPointer<IVolume>>(output));
-            const TestSupport::StoppedRun run = TestSupport::stopWhileRunning(op, [&] { op.apply(asComposite(p)); });
+            const TestSupport::StoppedRun run = TestSupport::stopWhileRunning(fresh, [&] { fresh.apply(asComposite(p)); });
             EXPECT_TRUE(TestSupport::neverFalls(run.seen));
             output->setRoiToSlice(extent.tert - 1);
             stopped = run.stopAsked &&

@@ -332,12 +332,14 @@ TEST(VoxelTypeConversionRun, ProgressIsTheFractionOfFinishedSlicesAndAStopKeepsT
     op.apply(asComposite(p));
     EXPECT_EQ(op.getProgress().getProgress(), 1.0);
     for (int attempt = 0; attempt < 200; ++attempt) {
+        // A fresh operator: one that ran already shows its old progress until its next run starts.
+        Conversion<Tarn::uint16> fresh;
         const MemoryVolumePtr<Tarn::uint16> output(new MemoryVolume<Tarn::uint16>(extent));
         output->fill(0);
         p->outputVolume.setValue(DynamicCast<SmartPointer<IVolume>>(output));
-        const TestSupport::StoppedRun run = TestSupport::stopWhileRunning(op, [&] { op.apply(asComposite(p)); });
+        const TestSupport::StoppedRun run = TestSupport::stopWhileRunning(fresh, [&] { fresh.apply(asComposite(p)); });
         EXPECT_TRUE(TestSupport::neverFalls(run.seen));
-        const double progress = op.getProgress().getProgress();
+        const double progress = fresh.getProgress().getProgress();
         if (progress < 1.0) {
             // One thread: the finished slices are the first ones, the others are untouched.
             const auto finished = static_cast<SizeType>(std::lround(progress * static_cast<double>(extent.tert)));
