@@ -21,7 +21,12 @@ set(walks Functor Walk Subdivide ForEach ForEachParallel)
 # The operator base and the operators of the generic library.
 set(operators Operator Statistics/IncrementalStatistic Statistics/StatisticsFromVolume/Parameter
               Statistics/StatisticsFromVolume/Operator Statistics/SumOfVoxels/Parameter
-              Statistics/SumOfVoxels/Operator Copy/Parameter Copy/Operator)
+              Statistics/SumOfVoxels/Operator Copy/Parameter Copy/Operator
+              Conversion/LookupTableConversion/Parameter Conversion/LookupTableConversion/Operator
+              ArithmeticOperators/GenericArithmeticOperator/Operator
+              ArithmeticOperators/Division/CheckedInplaceValueDivision/Parameter
+              ArithmeticOperators/Division/CheckedInplaceValueDivision/Operator
+              ArithmeticOperators/Subtraction/UncheckedSubtraction/Parameter)
 set(umbrella Kito)
 
 if(NOT KITO_INCLUDE)

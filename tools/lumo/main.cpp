@@ -3,12 +3,15 @@
 #include "BuiltinVolume.h"
 #include "PngImage.h"
 
+#include <AncillaryKitoOperators/VoxelTypeConversionParameter>
 #include <Kito/Kito>
 #include <Lumo_MiscDispatcher_DLL/Lumo_MiscDispatcher_DLL.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 #include <type_traits>
 #include <exception>
@@ -58,6 +61,17 @@ void printHelp(std::ostream& out)
            "  flatten <volume> [--threads N] [--slice K] [--roi R] [--png FILE]\n"
            "                              height map along tert, then every column moved up by its\n"
            "                              height; the PNG shows slice K (default 0) of the result\n"
+           "  window <volume> --min A --max B --background C [--roi R] [--png FILE]\n"
+           "                              voxels from A to B pass, all others become C; the three\n"
+           "                              values are of the volume's voxel type\n"
+           "  lut <volume> --table FILE [--type T] [--roi R] [--png FILE]\n"
+           "                              every voxel mapped through the table in FILE into type T\n"
+           "                              (default float32); FILE holds lines 'key value', and keys\n"
+           "                              it does not name map to 0\n"
+           "  convert <volume> --type T [--no-rounding] [--unchecked] [--roi R] [--png FILE]\n"
+           "                              the volume's values, read as float64, rounded half up and\n"
+           "                              written as type T; a value that T cannot hold fails unless\n"
+           "                              --unchecked\n"
            "  identifiers                 every class identifier known to the class factory\n"
            "  --help                      this text\n"
            "\n"
@@ -115,6 +129,11 @@ struct Options {
     SizeType slice = 0;
     std::string png;
     std::string out = "lumo-demo";
+    // window, lut, convert
+    std::string minimum, maximum, background;
+    std::string table;
+    bool rounding = true;
+    bool checked = true;
 };
 
 SizeType parseCount(const std::string& text, const char* what)
@@ -133,8 +152,13 @@ Options parseOptions(const std::vector<std::string>& args, std::size_t from, con
     Options options;
     for (std::size_t i = from; i < args.size(); ++i) {
         const std::string& name = args[i];
-        if (std::find(allowed.begin(), allowed.end(), name) == allowed.end() || i + 1 >= args.size())
-            throw UsageError("unexpected argument '" + name + "'");
+        const bool known = std::find(allowed.begin(), allowed.end(), name) != allowed.end();
+        // The two switches of convert take no value.
+        if (known && (name == "--no-rounding" || name == "--unchecked")) {
+            (name == "--no-rounding" ? options.rounding : options.checked) = false;
+            continue;
+        }
+        if (!known || i + 1 >= args.size()) throw UsageError("unexpected argument '" + name + "'");
         const std::string& value = args[++i];
         if (name == "--roi") {
             options.hasRegion = true;
@@ -158,6 +182,14 @@ Options parseOptions(const std::vector<std::string>& args, std::size_t from, con
             options.png = value;
         } else if (name == "--out") {
             options.out = value;
+        } else if (name == "--min") {
+            options.minimum = value;
+        } else if (name == "--max") {
+            options.maximum = value;
+        } else if (name == "--background") {
+            options.background = value;
+        } else if (name == "--table") {
+            options.table = value;
         }
     }
     return options;
@@ -389,6 +421,129 @@ void report(const SmartPointer<Tarn::Kito::IVolume>& result, const Options& opti
     }
 }
 
+// ---- voxel transforms: window, lut, convert ----------------------------------------------------------
+
+/// A number given for option that a voxel of type T, whose part is named by whose, holds exactly.
+template <class T> T valueOfType(const std::string& text, const std::string& option, const char* whose = "the volume's")
+{
+    double value = 0.0;
+    try {
+        std::size_t used = 0;
+        value = std::stod(text, &used);
+        if (used != text.size()) throw std::invalid_argument(text);
+    } catch (const std::logic_error&) {
+        throw UsageError(option + " takes a number");
+    }
+    const double lowest = static_cast<double>(std::numeric_limits<T>::lowest());
+    const double highest = static_cast<double>(std::numeric_limits<T>::max());
+    if (!(value >= lowest && value <= highest) || static_cast<double>(static_cast<T>(value)) != value)
+        throw UsageError(option + " takes a value of " + whose + " voxel type");
+    return static_cast<T>(value);
+}
+
+template <class T> SmartPointer<Tarn::Kito::Persistence::IData> dataOf(T value)
+{
+    return DynamicCast<SmartPointer<Tarn::Kito::Persistence::IData>>(Tarn::Kito::Persistence::DataPtr<T>(value));
+}
+
+SmartPointer<Tarn::Kito::IVolume> windowOf(const SmartPointer<Tarn::Kito::IVolume>& volume, const Options& options)
+{
+    if (options.minimum.empty() || options.maximum.empty() || options.background.empty())
+        throw UsageError("window takes --min, --max and --background");
+    using Facade = Tarn::Lumo_DLL::IRangePassTransformation;
+    SmartPointer<Facade::Parameter> p(new Facade::Parameter);
+    p->inputVolume.setValue(volume);
+    withVoxelType(volume->getVoxelTypeName(), [&](auto* type) {
+        using T = std::remove_pointer_t<decltype(type)>;
+        p->inputMinThreshold.setValue(dataOf(valueOfType<T>(options.minimum, "--min")));
+        p->inputMaxThreshold.setValue(dataOf(valueOfType<T>(options.maximum, "--max")));
+        p->inputBackgroundValue.setValue(dataOf(valueOfType<T>(options.background, "--background")));
+    });
+    Facade::IOperator facade;
+    facade.apply(asComposite(p));
+    return p->outputVolume.getValue();
+}
+
+/// A table over every key of K, from the lines "key value" of a file; keys it does not name map to
+/// 0. Every key has a value, since the operator reads the table without a bounds test.
+template <class K, class V> SmartPointer<IComposite> tableFromFile(const std::string& path)
+{
+    std::ifstream in(path);
+    if (!in) throw UsageError("cannot read the table " + path);
+    const Tarn::int64 lowest = std::numeric_limits<K>::lowest(), highest = std::numeric_limits<K>::max();
+    Tarn::Kito::Container::TablePtr<K, V> table(new Tarn::Kito::Container::Table<K, V>);
+    table->size = static_cast<SizeType>(highest - lowest + 1);
+    table->tertOffsetToOrigin = static_cast<SizeType>(-lowest);
+    table->volume = InMemory<V>(new Tarn::Kito::Volume<V, Tarn::Kito::Allocator::SingleBlockAllocator>(
+        Tarn::Kito::Dimension<SizeType>(table->size, 1, 1)));
+    table->volume->fill(V(0));
+    std::string line;
+    for (int number = 1; std::getline(in, line); ++number) {
+        std::istringstream fields(line);
+        std::string key, value, rest;
+        if (!(fields >> key) || key[0] == '#') continue;
+        const std::string where = path + " line " + std::to_string(number);
+        if (!(fields >> value) || (fields >> rest)) throw UsageError(where + ": a line is 'key value'");
+        const K k = valueOfType<K>(key, where + ": the key");
+        table->volume->getIterator()[Tarn::int64(k) - lowest] = valueOfType<V>(value, where + ": the value", "the output's");
+    }
+    return DynamicCast<SmartPointer<IComposite>>(table);
+}
+
+SmartPointer<Tarn::Kito::IVolume> lookUp(const SmartPointer<Tarn::Kito::IVolume>& volume, const Options& options)
+{
+    if (options.table.empty()) throw UsageError("lut takes --table FILE");
+    const std::string outputType = options.type.empty() ? "float32" : options.type;
+    using Facade = Tarn::Lumo_DLL::ILookupTableConversion;
+    SmartPointer<Facade::Parameter> p(new Facade::Parameter);
+    p->inputVolume.setValue(volume);
+    p->outputVolume.setValue(placeholderOfType(outputType));
+    withVoxelType(volume->getVoxelTypeName(), [&](auto* key) {
+        using K = std::remove_pointer_t<decltype(key)>;
+        if constexpr (std::is_integral_v<K> && sizeof(K) <= 2) {
+            withVoxelType(outputType, [&](auto* value) {
+                p->inputLookupTable.setValue(tableFromFile<K, std::remove_pointer_t<decltype(value)>>(options.table));
+            });
+        }
+        // Other key types have no table; the facade reports that they have no instance either.
+    });
+    Facade::IOperator facade;
+    facade.apply(asComposite(p));
+    return p->outputVolume.getValue();
+}
+
+/// The volume's values as float64, the type the conversion reads, then converted into the type
+/// asked for by the instance that the class factory holds for the pair.
+SmartPointer<Tarn::Kito::IVolume> convertTo(const SmartPointer<Tarn::Kito::IVolume>& volume, const Options& options)
+{
+    if (options.type.empty()) throw UsageError("convert takes --type T");
+    const InMemory<double> values(new Tarn::Kito::Volume<double, Tarn::Kito::Allocator::SingleBlockAllocator>(
+        Tarn::Kito::Dimension<SizeType>(volume->getDimPrim(), volume->getDimSec(), volume->getDimTert())));
+    withVoxelType(volume->getVoxelTypeName(), [&](auto* type) {
+        using T = std::remove_pointer_t<decltype(type)>;
+        const InMemory<T> typed = DynamicCast<InMemory<T>>(volume);
+        if (typed == 0) throw std::runtime_error("the volume is not held in memory");
+        double* q = values->getIterator();
+        for (SizeType t = 0; t < typed->getDimTert(); ++t)
+            for (SizeType s = 0; s < typed->getDimSec(); ++s)
+                for (SizeType i = 0; i < typed->getDimPrim(); ++i)
+                    *q++ = static_cast<double>(typed->getValueAt(Tarn::Kito::Position<SizeType>(i, s, t)));
+    });
+    using Parameter = Tarn::AncillaryKitoOperators::VoxelTypeConversion::Parameter;
+    SmartPointer<Parameter> p(new Parameter);
+    p->inputVolume.setValue(DynamicCast<SmartPointer<Tarn::Kito::IVolume>>(values));
+    p->inputRounding.setValue(options.rounding);
+    p->inputCheckedCast.setValue(options.checked);
+    const SmartPointer<Tarn::Kito::IVolume> placeholder = placeholderOfType(options.type);
+    const SmartPointer<Tarn::Kito::IOperator> conversion =
+        DynamicCast<SmartPointer<Tarn::Kito::IOperator>>(Tarn::Kito::Factory::DefaultClassFactory::instance().createInstance(
+            "Tarn::AncillaryKitoOperators::VoxelTypeConversion::Operator< " +
+            DynamicCast<SmartPointer<IComposite>>(p->inputVolume.getValue())->getType() + ", " +
+            DynamicCast<SmartPointer<IComposite>>(placeholder)->getType() + " >"));
+    conversion->apply(asComposite(p));
+    return p->outputVolume.getValue();
+}
+
 int run(const std::vector<std::string>& args)
 {
     const std::string& command = args[0];
@@ -402,8 +557,8 @@ int run(const std::vector<std::string>& args)
                     areaOf(mesh, options.voxelSize));
         return 0;
     }
-    const std::vector<std::string> volumeCommands = {"sum", "statistics", "project-max", "project-sum", "height-map",
-                                                     "flatten"};
+    const std::vector<std::string> volumeCommands = {"sum",     "statistics", "project-max", "project-sum", "height-map",
+                                                     "flatten", "window",     "lut",         "convert"};
     if (std::find(volumeCommands.begin(), volumeCommands.end(), command) == volumeCommands.end() || args.size() < 2)
         throw UsageError("unknown command or wrong arguments: '" + command + "'");
 
@@ -412,6 +567,9 @@ int run(const std::vector<std::string>& args)
         allowed.insert(allowed.end(), {"--direction", "--png"});
     if (command == "project-sum" || command == "height-map") allowed.push_back("--type");
     if (command == "flatten") allowed.insert(allowed.end(), {"--threads", "--slice", "--png"});
+    if (command == "window") allowed.insert(allowed.end(), {"--min", "--max", "--background", "--png"});
+    if (command == "lut") allowed.insert(allowed.end(), {"--table", "--type", "--png"});
+    if (command == "convert") allowed.insert(allowed.end(), {"--type", "--no-rounding", "--unchecked", "--png"});
     const Options options = parseOptions(args, 2, allowed);
     const LumoTool::Volume16 named = volumeNamed(args[1]);
     if (options.hasRegion) named->setRoi(options.region);
@@ -426,6 +584,12 @@ int run(const std::vector<std::string>& args)
         report(project<Tarn::Lumo_DLL::IProjectionMax>(volume, options.direction, ""), options);
     } else if (command == "project-sum") {
         report(project<Tarn::Lumo_DLL::IProjectionSum>(volume, options.direction, options.type), options);
+    } else if (command == "window") {
+        report(windowOf(volume, options), options);
+    } else if (command == "lut") {
+        report(lookUp(volume, options), options);
+    } else if (command == "convert") {
+        report(convertTo(volume, options), options);
     } else if (command == "height-map") {
         const Tarn::uint64 direction = options.hasDirection ? options.direction : 2;
         report(heightMapOf(volume, direction, options.type.empty() ? "uint16" : options.type), options, true);
