@@ -21,7 +21,8 @@ set(walks Functor Walk Subdivide ForEach ForEachParallel)
 # The operator base and the operators of the generic library.
 set(operators Operator Statistics/IncrementalStatistic Statistics/StatisticsFromVolume/Parameter
               Statistics/StatisticsFromVolume/Operator Statistics/SumOfVoxels/Parameter
-              Statistics/SumOfVoxels/Operator)
+              Statistics/SumOfVoxels/Operator MedianOperators/QuickSelectMedian
+              MedianOperators/QuickSelectMedianValueOfRoi/Parameter MedianOperators/QuickSelectMedianValueOfRoi/Operator)
 set(umbrella Kito)
 
 if(NOT KITO_INCLUDE)
