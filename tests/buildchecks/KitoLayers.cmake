@@ -26,7 +26,9 @@ set(operators Operator Statistics/IncrementalStatistic Statistics/StatisticsFrom
               ArithmeticOperators/GenericArithmeticOperator/Operator
               ArithmeticOperators/Division/CheckedInplaceValueDivision/Parameter
               ArithmeticOperators/Division/CheckedInplaceValueDivision/Operator
-              ArithmeticOperators/Subtraction/UncheckedSubtraction/Parameter)
+              ArithmeticOperators/Subtraction/UncheckedSubtraction/Parameter
+              MedianOperators/QuickSelectMedian MedianOperators/QuickSelectMedianValueOfRoi/Parameter
+              MedianOperators/QuickSelectMedianValueOfRoi/Operator)
 set(umbrella Kito)
 
 if(NOT KITO_INCLUDE)

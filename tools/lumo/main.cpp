@@ -46,6 +46,13 @@ void printHelp(std::ostream& out)
            "  sum <volume> [--roi R]      sum of the voxels of the volume's view\n"
            "  statistics <volume> [--roi R]\n"
            "                              minimum, maximum, mean, variance and deviation of the view\n"
+           "  label-statistics <volume> --labels <volume> [--roi R]\n"
+           "                              statistics of the voxels of each label; a label volume\n"
+           "                              that is not uint8 gives each voxel its value / 256 as label\n"
+           "  count-in-range <volume> --min A --max B [--roi R]\n"
+           "                              number of voxels with A <= value <= B, the bounds taken to\n"
+           "                              the voxel type (1.5 is 1 for integers)\n"
+           "  median <volume> [--roi R]   median of the view (the lower middle value for an even count)\n"
            "  area <mesh> [--voxel-size um]\n"
            "                              area of a triangle mesh, in square micrometres\n"
            "  project-max <volume> [--direction D] [--roi R] [--png FILE]\n"
@@ -129,12 +136,25 @@ struct Options {
     SizeType slice = 0;
     std::string png;
     std::string out = "lumo-demo";
-    // window, lut, convert
+    // window, lut, convert; count-in-range takes --min and --max too
     std::string minimum, maximum, background;
     std::string table;
     bool rounding = true;
     bool checked = true;
+    // label-statistics
+    std::string labels;
 };
+
+double parseNumber(const std::string& text, const char* what)
+{
+    try {
+        std::size_t used = 0;
+        const double value = std::stod(text, &used);
+        if (used == text.size()) return value;
+    } catch (const std::logic_error&) {
+    }
+    throw UsageError(std::string(what) + " takes a number");
+}
 
 SizeType parseCount(const std::string& text, const char* what)
 {
@@ -190,6 +210,8 @@ Options parseOptions(const std::vector<std::string>& args, std::size_t from, con
             options.background = value;
         } else if (name == "--table") {
             options.table = value;
+        } else if (name == "--labels") {
+            options.labels = value;
         }
     }
     return options;
@@ -273,6 +295,78 @@ void printStatistics(const SmartPointer<Tarn::Kito::IVolume>& volume, const std:
     std::printf("%sminimum %s, maximum %s, mean %.3f, variance %.3f, standard deviation %.3f\n", indent.c_str(),
                 p->outputMinimum.getValue()->toString().c_str(), p->outputMaximum.getValue()->toString().c_str(),
                 p->outputMean.getValue(), p->outputVariance.getValue(), p->outputStandardDeviation.getValue());
+}
+
+/// The labels of a volume's view: a Tarn::uint8 volume in memory as it stands; any other volume is
+/// turned into one by the tool's own loop, each voxel's label its value divided by 256 and kept in
+/// 0 to 255 (for 16-bit grey values their upper byte).
+SmartPointer<Tarn::Kito::IVolume> labelsOf(const SmartPointer<Tarn::Kito::IVolume>& volume)
+{
+    if (DynamicCast<InMemory<Tarn::uint8>>(volume) != 0) return volume;
+    SmartPointer<Tarn::Kito::IVolume> result;
+    withVoxelType(volume->getVoxelTypeName(), [&](auto* type) {
+        using T = std::remove_pointer_t<decltype(type)>;
+        const InMemory<T> typed = DynamicCast<InMemory<T>>(volume);
+        if (typed == 0) throw std::runtime_error("the label volume is not held in memory");
+        const Tarn::Kito::Dimension<SizeType> size = typed->getDimension();
+        InMemory<Tarn::uint8> labels(new Tarn::Kito::Volume<Tarn::uint8, Tarn::Kito::Allocator::SingleBlockAllocator>(size));
+        for (SizeType t = 0; t < size.tert; ++t)
+            for (SizeType s = 0; s < size.sec; ++s)
+                for (SizeType p = 0; p < size.prim; ++p) {
+                    const Tarn::Kito::Position<SizeType> at(p, s, t);
+                    const double label = std::floor(static_cast<double>(typed->getValueAt(at)) / 256.0);
+                    *labels->getPosOffset(at) = static_cast<Tarn::uint8>(std::clamp(label, 0.0, 255.0));
+                }
+        result = DynamicCast<SmartPointer<Tarn::Kito::IVolume>>(labels);
+    });
+    return result;
+}
+
+void printLabelStatistics(const SmartPointer<Tarn::Kito::IVolume>& volume, const SmartPointer<Tarn::Kito::IVolume>& labels)
+{
+    using Parameter = Tarn::Lumo_DLL::IStatisticsFromVolumeOfMultipleLabels::Parameter;
+    SmartPointer<Parameter> p(new Parameter);
+    p->inputVolume.setValue(volume);
+    p->inputLabelVolume.setValue(labels);
+    Tarn::Lumo_DLL::IStatisticsFromVolumeOfMultipleLabels::IOperator facade;
+    facade.apply(asComposite(p));
+    const auto map = p->outputMapStatistics.getValue();
+    std::printf("%zu labels\n", map->size());
+    for (const auto& entry : *map) {
+        const auto& s = entry.second;
+        std::printf("label %3u: minimum %s, maximum %s, mean %.3f, variance %.3f, standard deviation %.3f\n",
+                    static_cast<unsigned>(entry.first), s->outputMinimum.getValue()->toString().c_str(),
+                    s->outputMaximum.getValue()->toString().c_str(), s->outputMean.getValue(),
+                    s->outputVariance.getValue(), s->outputStandardDeviation.getValue());
+    }
+}
+
+Tarn::uint64 countInRange(const SmartPointer<Tarn::Kito::IVolume>& volume, double minimum, double maximum)
+{
+    using Parameter = Tarn::Lumo_DLL::IFrequencyOfValuesInsideRange::Parameter;
+    SmartPointer<Parameter> p(new Parameter);
+    p->inputVolume.setValue(volume);
+    p->inputRangeLowerValue.setValue(
+        DynamicCast<SmartPointer<Tarn::Kito::Persistence::IData>>(Tarn::Kito::Persistence::DataPtr<double>(minimum)));
+    p->inputRangeUpperValue.setValue(
+        DynamicCast<SmartPointer<Tarn::Kito::Persistence::IData>>(Tarn::Kito::Persistence::DataPtr<double>(maximum)));
+    Tarn::Lumo_DLL::IFrequencyOfValuesInsideRange::IOperator facade;
+    facade.apply(asComposite(p));
+    return p->outputFrequency.getValue();
+}
+
+/// The median of the view. The operator pushes the region in force again, on the bottom region too,
+/// so the stack is put back as it was.
+std::string medianOf(const SmartPointer<Tarn::Kito::IVolume>& volume)
+{
+    using Parameter = Tarn::Lumo_DLL::IQuickSelectMedianValueOfRoi::Parameter;
+    const SizeType depth = volume->getRoiStack().size();
+    SmartPointer<Parameter> p(new Parameter);
+    p->inputVolume.setValue(volume);
+    Tarn::Lumo_DLL::IQuickSelectMedianValueOfRoi::IOperator facade;
+    facade.apply(asComposite(p));
+    while (volume->getRoiStack().size() > depth) volume->popRoi();
+    return p->outputValue.getValue()->toString();
 }
 
 double areaOf(const LumoTool::Table& mesh, double voxelSize)
@@ -557,8 +651,9 @@ int run(const std::vector<std::string>& args)
                     areaOf(mesh, options.voxelSize));
         return 0;
     }
-    const std::vector<std::string> volumeCommands = {"sum",     "statistics", "project-max", "project-sum", "height-map",
-                                                     "flatten", "window",     "lut",         "convert"};
+    const std::vector<std::string> volumeCommands = {"sum",     "statistics",       "project-max",    "project-sum",
+                                                     "height-map", "flatten",       "window",         "lut",
+                                                     "convert",    "label-statistics", "count-in-range", "median"};
     if (std::find(volumeCommands.begin(), volumeCommands.end(), command) == volumeCommands.end() || args.size() < 2)
         throw UsageError("unknown command or wrong arguments: '" + command + "'");
 
@@ -570,7 +665,12 @@ int run(const std::vector<std::string>& args)
     if (command == "window") allowed.insert(allowed.end(), {"--min", "--max", "--background", "--png"});
     if (command == "lut") allowed.insert(allowed.end(), {"--table", "--type", "--png"});
     if (command == "convert") allowed.insert(allowed.end(), {"--type", "--no-rounding", "--unchecked", "--png"});
+    if (command == "label-statistics") allowed.push_back("--labels");
+    if (command == "count-in-range") allowed.insert(allowed.end(), {"--min", "--max"});
     const Options options = parseOptions(args, 2, allowed);
+    if (command == "label-statistics" && options.labels.empty()) throw UsageError("label-statistics needs --labels");
+    if (command == "count-in-range" && (options.minimum.empty() || options.maximum.empty()))
+        throw UsageError("count-in-range needs --min and --max");
     const LumoTool::Volume16 named = volumeNamed(args[1]);
     if (options.hasRegion) named->setRoi(options.region);
     const SmartPointer<Tarn::Kito::IVolume> volume = asVolume(named);
@@ -580,6 +680,22 @@ int run(const std::vector<std::string>& args)
         std::printf("sum %.17g\n", sumOf(volume));
     } else if (command == "statistics") {
         printStatistics(volume, "");
+    } else if (command == "label-statistics") {
+        // The label volume gets the same region, so that the two views have the same extents.
+        const LumoTool::Volume16 namedLabels = volumeNamed(options.labels);
+        if (options.hasRegion) namedLabels->setRoi(options.region);
+        const SmartPointer<Tarn::Kito::IVolume> labels = labelsOf(asVolume(namedLabels));
+        std::printf("labels %s: %s\n", options.labels.c_str(), describe(*labels).c_str());
+        printLabelStatistics(volume, labels);
+    } else if (command == "count-in-range") {
+        const double minimum = parseNumber(options.minimum, "--min"), maximum = parseNumber(options.maximum, "--max");
+        const Tarn::uint64 count = countInRange(volume, minimum, maximum);
+        const SizeType all = volume->getDimPrim() * volume->getDimSec() * volume->getDimTert();
+        std::printf("%llu of %llu voxels in [%g, %g] (%.3f%%)\n", static_cast<unsigned long long>(count),
+                    static_cast<unsigned long long>(all), minimum, maximum,
+                    all == 0 ? 0.0 : 100.0 * static_cast<double>(count) / static_cast<double>(all));
+    } else if (command == "median") {
+        std::printf("median %s\n", medianOf(volume).c_str());
     } else if (command == "project-max") {
         report(project<Tarn::Lumo_DLL::IProjectionMax>(volume, options.direction, ""), options);
     } else if (command == "project-sum") {
