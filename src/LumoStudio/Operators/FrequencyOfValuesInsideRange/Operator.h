@@ -12,6 +12,7 @@
 #include <Kito/Types>
 #include <Kito/Volume>
 #include <LumoStudio/Operators/FrequencyOfValuesInsideRange/Parameter.h>
+#include <Lumo_MiscDispatcher_DLL/KitoInstances.h>
 
 #include <cmath>
 #include <limits>
@@ -55,13 +56,10 @@ template <class W, class P> W boundOf(const P& property)
 {
     const Tarn::Kito::SmartPointer<Tarn::Kito::Persistence::IData> data = property.getValue();
     W result{};
-    if (data != 0 &&
-        (readAs<W, W>(data, result) || readAs<W, Tarn::int8>(data, result) || readAs<W, Tarn::uint8>(data, result) ||
-         readAs<W, Tarn::int16>(data, result) || readAs<W, Tarn::uint16>(data, result) ||
-         readAs<W, Tarn::int32>(data, result) || readAs<W, Tarn::uint32>(data, result) ||
-         readAs<W, Tarn::int64>(data, result) || readAs<W, Tarn::uint64>(data, result) ||
-         readAs<W, Tarn::float32>(data, result) || readAs<W, Tarn::float64>(data, result)))
-        return result;
+    // A Data holds exactly one of the ten types, so the order of the tries does not matter.
+#define TARN_READ_BOUND_AS(S, W) || readAs<W, S>(data, result)
+    if (data != 0 && (false TARN_ALL_VOXEL_LIST(TARN_READ_BOUND_AS, W))) return result;
+#undef TARN_READ_BOUND_AS
     return property.template extractValue<W>();
 }
 
