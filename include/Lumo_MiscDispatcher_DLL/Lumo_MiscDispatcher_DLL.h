@@ -9,5 +9,6 @@
 #include <Lumo_MiscDispatcher_DLL/IStatisticsFromVolume.h>
 #include <Lumo_MiscDispatcher_DLL/ISumOfTriangleAreas.h>
 #include <Lumo_MiscDispatcher_DLL/ISumOfVoxels.h>
+#include <Lumo_MiscDispatcher_DLL/IVolumeFromRawFileInput.h>
 
 #endif

@@ -16,12 +16,21 @@ set(geometry Triple TripleComposite Orientation IterateValues)
 # Volumes, where their voxels live, and the containers that travel in parameter objects.
 set(volumes IVolume SingleBlockAllocator ExternalBufferAllocator Volume ContainerBase List Map BidirectionalMap
             Table)
+# The REK header, the voxel type codes and the parameter objects of volume files.
+list(APPEND volumes Persistence/RecHeader_V260 Persistence/VoxelTypeConverter
+            Persistence/VolumeFileInputOutput/MetaInformation
+            Persistence/VolumeFileInputOutput/RecHeaderFileInputOutput/MetaInformation
+            Persistence/VolumeFileInputOutput/Loader/Parameter Persistence/VolumeFileInputOutput/Saver/Parameter
+            Persistence/VolumeFileInputOutput/RecHeaderLoader/Parameter)
 # Functors and the walks of views by them.
 set(walks Functor Walk Subdivide ForEach ForEachParallel)
 # The operator base and the operators of the generic library.
 set(operators Operator Statistics/IncrementalStatistic Statistics/StatisticsFromVolume/Parameter
               Statistics/StatisticsFromVolume/Operator Statistics/SumOfVoxels/Parameter
               Statistics/SumOfVoxels/Operator)
+# The readers of REK files.
+list(APPEND operators Persistence/VolumeFileInputOutput/RecHeaderLoader/Operator
+            Persistence/VolumeFileInputOutput/RecHeaderFileInputOutput/Loader/Operator)
 set(umbrella Kito)
 
 if(NOT KITO_INCLUDE)
