@@ -1,5 +1,5 @@
-// FuzzFile: a file of the fuzzer's bytes, for readers that take a path. One per process, in the
-// temporary directory, overwritten by each input and removed at exit.
+// FuzzFile: a file of the fuzzer's bytes, for readers that take a path. One per process, overwritten
+// by each input and removed at exit.
 #ifndef LUMO_FUZZ_FUZZFILE_H_INCLUDED
 #define LUMO_FUZZ_FUZZFILE_H_INCLUDED
 
@@ -16,8 +16,11 @@ namespace LumoFuzz {
 /// The path of this process's file with the given ending: "rek" or "raw".
 inline std::string filePath(const char* ending)
 {
-    static const std::string base =
-        (std::filesystem::temp_directory_path() / ("lumo-fuzz-" + std::to_string(::getpid()) + "-")).string();
+    // In memory where the system has such a directory: one file is written per input, and on a
+    // disk that others write to as well each write can turn into a wait.
+    static const std::filesystem::path directory =
+        std::filesystem::is_directory("/dev/shm") ? std::filesystem::path("/dev/shm") : std::filesystem::temp_directory_path();
+    static const std::string base = (directory / ("lumo-fuzz-" + std::to_string(::getpid()) + "-")).string();
     return base + "input." + ending;
 }
 

@@ -71,9 +71,10 @@ def main():
     rek = rek_files()
     corpora = {
         'RekTypeReaderFuzz': rek,
-        # The loader's fuzzer takes a first byte that chooses the ending: 1 for ".rek", 0 for ".raw".
-        'RecHeaderLoaderFuzz': dict([(k, b'\x01' + v) for k, v in rek.items()] +
-                                    [(k + '-raw', b'\x00' + v) for k, v in rek.items()]),
+        # The loader's fuzzer takes a first byte: 0 in its low two bits for ".raw", else ".rek"; bit 2
+        # for a destination region, bit 3 for a turned destination.
+        'RecHeaderLoaderFuzz': dict([(k + suffix, bytes([first]) + v) for k, v in rek.items()
+                                     for suffix, first in (('', 1), ('-raw', 0), ('-region', 5), ('-turned', 13))]),
         'FileNameFuzz': file_names(),
         'RawInputFuzz': raw_parameters(),
     }

@@ -6,7 +6,9 @@
 #define TARN_LUMO_DLL_KITOINSTANCES_H_INCLUDED
 
 #include <Kito/ClassFactory>
+#include <Kito/BufferedInputFileAllocator>
 #include <Kito/ExternalBufferAllocator>
+#include <Kito/InputFileAllocator>
 #include <Kito/SingleBlockAllocator>
 #include <Kito/SmartPointer>
 #include <Kito/Types>
@@ -87,6 +89,14 @@ using External1 = Tarn::Kito::Allocator::ExternalBufferAllocator<SingleBlock>;
 using External2 = Tarn::Kito::Allocator::ExternalBufferAllocator<External1>;
 using External3 = Tarn::Kito::Allocator::ExternalBufferAllocator<External2>;
 
+// The file-backed allocators and their chunks up to the second level.
+using InputFile = Tarn::Kito::Allocator::InputFileAllocator;
+using BufferedFile = Tarn::Kito::Allocator::BufferedInputFileAllocator;
+using InputFileChunk1 = Tarn::Kito::Allocator::ExternalBufferAllocator<InputFile>;
+using InputFileChunk2 = Tarn::Kito::Allocator::ExternalBufferAllocator<InputFileChunk1>;
+using BufferedFileChunk1 = Tarn::Kito::Allocator::ExternalBufferAllocator<BufferedFile>;
+using BufferedFileChunk2 = Tarn::Kito::Allocator::ExternalBufferAllocator<BufferedFileChunk1>;
+
 /// The argument type of nearly every operator instance.
 template <class T> using InMemory = Tarn::Kito::VolumePtr<T, SingleBlock>;
 
@@ -135,17 +145,32 @@ using ProjectionMeanPairs = TARN_INSTANCE_LIST(TARN_PROJECTION_MEAN_PAIRS);
     TARN_VOLUME_INSTANCE(prefix, T, External2)
 // Chunks of the third level, only for the operators' eight voxel types.
 #define TARN_DEEP_CHUNK_VOLUMES(prefix, T) TARN_VOLUME_INSTANCE(prefix, T, External3)
+// Volumes over files and their chunks up to the second level, for the operators' eight voxel types.
+#define TARN_FILE_VOLUMES(prefix, T)                                                               \
+    TARN_VOLUME_INSTANCE(prefix, T, InputFile)                                                     \
+    TARN_VOLUME_INSTANCE(prefix, T, InputFileChunk1)                                               \
+    TARN_VOLUME_INSTANCE(prefix, T, InputFileChunk2)                                               \
+    TARN_VOLUME_INSTANCE(prefix, T, BufferedFile)                                                  \
+    TARN_VOLUME_INSTANCE(prefix, T, BufferedFileChunk1)                                            \
+    TARN_VOLUME_INSTANCE(prefix, T, BufferedFileChunk2)
 
 #define TARN_DECLARE_SINGLE_BLOCK_VOLUMES(T) TARN_SINGLE_BLOCK_VOLUMES(extern, T)
 #define TARN_DECLARE_DEEP_CHUNK_VOLUMES(T) TARN_DEEP_CHUNK_VOLUMES(extern, T)
+#define TARN_DECLARE_FILE_VOLUMES(T) TARN_FILE_VOLUMES(extern, T)
 TARN_ALL_VOXELS(TARN_DECLARE_SINGLE_BLOCK_VOLUMES)
 TARN_OPERATOR_VOXELS(TARN_DECLARE_DEEP_CHUNK_VOLUMES)
+TARN_OPERATOR_VOXELS(TARN_DECLARE_FILE_VOLUMES)
+#undef TARN_DECLARE_FILE_VOLUMES
 #undef TARN_DECLARE_DEEP_CHUNK_VOLUMES
 #undef TARN_DECLARE_SINGLE_BLOCK_VOLUMES
 
 extern template class Tarn::Kito::Allocator::ExternalBufferAllocator<Tarn::Lumo_DLL::Instances::SingleBlock>;
 extern template class Tarn::Kito::Allocator::ExternalBufferAllocator<Tarn::Lumo_DLL::Instances::External1>;
 extern template class Tarn::Kito::Allocator::ExternalBufferAllocator<Tarn::Lumo_DLL::Instances::External2>;
+extern template class Tarn::Kito::Allocator::ExternalBufferAllocator<Tarn::Lumo_DLL::Instances::InputFile>;
+extern template class Tarn::Kito::Allocator::ExternalBufferAllocator<Tarn::Lumo_DLL::Instances::InputFileChunk1>;
+extern template class Tarn::Kito::Allocator::ExternalBufferAllocator<Tarn::Lumo_DLL::Instances::BufferedFile>;
+extern template class Tarn::Kito::Allocator::ExternalBufferAllocator<Tarn::Lumo_DLL::Instances::BufferedFileChunk1>;
 
 // The stack of regions that every volume instance hands out and takes through its composite face.
 extern template class Tarn::Kito::RegionOfInterestComposite<Tarn::Kito::SizeType>;

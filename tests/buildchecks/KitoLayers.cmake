@@ -14,8 +14,8 @@ set(spine Types PlainException detail/Format Exceptions SmartPointer Composite D
 # Coordinates, regions and orientations, and the numbers that lead a walk through a view.
 set(geometry Triple TripleComposite Orientation IterateValues)
 # Volumes, where their voxels live, and the containers that travel in parameter objects.
-set(volumes IVolume SingleBlockAllocator ExternalBufferAllocator Volume ContainerBase List Map BidirectionalMap
-            Table)
+set(volumes IVolume SingleBlockAllocator ExternalBufferAllocator detail/FileStorage InputFileAllocator
+            BufferedInputFileAllocator Volume ContainerBase List Map BidirectionalMap Table)
 # The REK header, the voxel type codes and the parameter objects of volume files.
 list(APPEND volumes Persistence/RecHeader_V260 Persistence/VoxelTypeConverter
             Persistence/VolumeFileInputOutput/MetaInformation
@@ -28,6 +28,8 @@ set(walks Functor Walk Subdivide ForEach ForEachParallel)
 set(operators Operator Statistics/IncrementalStatistic Statistics/StatisticsFromVolume/Parameter
               Statistics/StatisticsFromVolume/Operator Statistics/SumOfVoxels/Parameter
               Statistics/SumOfVoxels/Operator)
+# The copy operator, which also reads file-backed volumes into memory.
+list(APPEND operators Copy/Parameter Copy/Operator)
 # The readers of REK files.
 list(APPEND operators Persistence/VolumeFileInputOutput/RecHeaderLoader/Operator
             Persistence/VolumeFileInputOutput/RecHeaderFileInputOutput/Loader/Operator)

@@ -127,6 +127,60 @@ TEST(Loader, AVolumeWhoseViewHasAnotherExtentIsReallocatedToTheFile)
     EXPECT_EQ(FileTest::storageVoxels(given), voxels);
 }
 
+TEST(Loader, ADestinationRegionOfTheFileExtentGetsTheFileAndNothingElseChanges)
+{
+    FileTest::TemporaryDirectory directory;
+    const std::vector<Tarn::int16> voxels = writeRek<Tarn::int16>(directory.file("v.rek"), 3, 2, 2);
+    const MemoryVolumePtr<Tarn::int16> given(new MemoryVolume<Tarn::int16>(Dimension<SizeType>(5, 4, 3)));
+    given->fill(-9);
+    given->setRoi(Tarn::Kito::RegionOfInterest<SizeType>(Dimension<SizeType>(3, 2, 2), Tarn::Kito::Position<SizeType>(1, 2, 1)));
+    const Tarn::int16* memory = given->getPosOffset(Tarn::Kito::Position<SizeType>(0, 0, 0));
+    Loader<Tarn::int16> loader;
+    run(loader, parameterFor(directory.file("v.rek"), asIVolume(given)));
+    EXPECT_EQ(given->getPosOffset(Tarn::Kito::Position<SizeType>(0, 0, 0)), memory);
+    EXPECT_EQ(given->getRoiStack().size(), 2u);
+    given->popRoi();
+    // Plain loop over the whole volume: the region holds the file in file order, the rest is untouched.
+    std::vector<Tarn::int16> expected;
+    for (SizeType t = 0; t < 3; ++t)
+        for (SizeType s = 0; s < 4; ++s)
+            for (SizeType p = 0; p < 5; ++p) {
+                const bool inside = p >= 1 && p < 4 && s >= 2 && t >= 1;
+                expected.push_back(inside ? voxels[(p - 1) + 3 * ((s - 2) + 2 * (t - 1))] : Tarn::int16(-9));
+            }
+    EXPECT_EQ(FileTest::storageVoxels(given), expected);
+    EXPECT_EQ(loader.getProgress().getProgress(), 1.0);
+}
+
+TEST(Loader, ATurnedWholeVolumeShowsTheFileInItsViewOrder)
+{
+    FileTest::TemporaryDirectory directory;
+    const std::vector<Tarn::uint8> voxels = writeRek<Tarn::uint8>(directory.file("v.rek"), 4, 3, 2);
+    const MemoryVolumePtr<Tarn::uint8> given(new MemoryVolume<Tarn::uint8>(Dimension<SizeType>(4, 3, 2)));
+    given->setOrientation(Tarn::Kito::Orientation(1, 2, 4)); // prim mirrored
+    Loader<Tarn::uint8> loader;
+    run(loader, parameterFor(directory.file("v.rek"), asIVolume(given)));
+    for (SizeType t = 0; t < 2; ++t)
+        for (SizeType s = 0; s < 3; ++s)
+            for (SizeType p = 0; p < 4; ++p)
+                EXPECT_EQ(given->getValueAt(Tarn::Kito::Position<SizeType>(p, s, t)), voxels[p + 4 * (s + 3 * t)]);
+    // In storage, each line is reversed.
+    EXPECT_EQ(FileTest::storageVoxels(given)[0], voxels[3]);
+}
+
+TEST(Loader, TheRegionPathReportsToTheCallersProgress)
+{
+    FileTest::TemporaryDirectory directory;
+    const std::vector<Tarn::uint32> voxels = writeRek<Tarn::uint32>(directory.file("v.rek"), 2, 2, 4);
+    const MemoryVolumePtr<Tarn::uint32> volume(new MemoryVolume<Tarn::uint32>(Dimension<SizeType>(3, 3, 4)));
+    volume->setRoi(Tarn::Kito::RegionOfInterest<SizeType>(Dimension<SizeType>(2, 2, 4), Tarn::Kito::Position<SizeType>(1, 1, 0)));
+    Tarn::Kito::Progress progress;
+    const std::uint8_t go = 0;
+    Loader<Tarn::uint32>::readVolume(volume, directory.file("v.rek"), progress, &go);
+    EXPECT_EQ(progress.getProgress(), 1.0);
+    EXPECT_EQ(volume->getValueAt(Tarn::Kito::Position<SizeType>(1, 1, 3)), voxels[15]);
+}
+
 TEST(Loader, AFileOfAnotherVoxelTypeNamesBoth)
 {
     FileTest::TemporaryDirectory directory;

@@ -63,6 +63,15 @@ Names expectedIdentifiers()
         for (const std::string& allocator : {singleBlock, external1, external2}) ids.push_back(volume(voxel, allocator));
     for (const std::string& voxel : operatorVoxels) ids.push_back(volume(voxel, external3));
 
+    const std::string inputFile = "Tarn::Kito::Allocator::InputFileAllocator";
+    const std::string bufferedFile = "Tarn::Kito::Allocator::BufferedInputFileAllocator";
+    for (const std::string& file : {inputFile, bufferedFile}) {
+        const std::string allocators[] = {file, chunkOf(file), chunkOf(chunkOf(file))};
+        ids.insert(ids.end(), std::begin(allocators), std::end(allocators));
+        for (const std::string& voxel : operatorVoxels)
+            for (const std::string& allocator : allocators) ids.push_back(volume(voxel, allocator));
+    }
+
     ids.insert(ids.end(), {"Tarn::Kito::Dim", "Tarn::Kito::Pos", "Tarn::Kito::Roi", "Tarn::Kito::Triple< bool >",
                            "Tarn::Kito::Triple< std::string >"});
     for (const std::string& voxel : allVoxels) {
@@ -92,6 +101,12 @@ Names expectedIdentifiers()
     addOperators(ids, "Tarn::Lumo::PlanarisationOperators::OrthogonalPlanarisationOperator::Operator",
                  Instances::AllVoxelPairs(), " , ");
     ids.push_back("Tarn::Lumo::SumOfTriangleAreas::Operator");
+
+    const std::string copy = "Tarn::Kito::Copy::Operator< ";
+    for (const std::string& voxel : allVoxels) ids.push_back(copy + volume(voxel) + " , " + volume(voxel) + " >");
+    for (const std::string& voxel : operatorVoxels)
+        for (const std::string& source : {external1, inputFile, bufferedFile})
+            ids.push_back(copy + volume(voxel, source) + " , " + volume(voxel) + " >");
 
     // The readers of volume files: one header reader, a loader and a raw reader per voxel type, and
     // the sibling library's type reader.
@@ -126,7 +141,7 @@ TEST(Registration, TheFactoryHoldsExactlyTheListedInstances)
     EXPECT_EQ(without(expected, registered), Names()) << "listed, but not registered";
     EXPECT_EQ(without(registered, expected), Names()) << "registered, but not listed";
     EXPECT_EQ(std::set<std::string>(expected.begin(), expected.end()).size(), expected.size()) << "listed twice";
-    EXPECT_EQ(registered.size(), 386u);
+    EXPECT_EQ(registered.size(), 474u);
 }
 
 // ---- the lists of families that have no facade yet ----------------------------------------------
