@@ -36,6 +36,8 @@
 // The types a height map is written in.
 #define TARN_HEIGHT_VOXEL_LIST(F, ...)                                                             \
     F(Tarn::uint8, __VA_ARGS__) F(Tarn::uint16, __VA_ARGS__) F(Tarn::uint32, __VA_ARGS__)
+// The type of a label volume.
+#define TARN_LABEL_VOXEL_LIST(F, ...) F(Tarn::uint8, __VA_ARGS__)
 
 // X(I, O) for every I of the list OUTER and every O of the list INNER, I outermost; OUTER and INNER
 // are list names such as OPERATOR. The preprocessor does not expand a macro again inside its own
@@ -67,6 +69,8 @@
 #define TARN_HEIGHT_MAP_PAIRS(X) TARN_PAIRS(ALL, HEIGHT, X)
 // LookupTableConversion: the small integers into any of the eight.
 #define TARN_LOOKUP_TABLE_PAIRS(X) TARN_PAIRS(SMALL_INTEGER, OPERATOR, X)
+// StatisticsFromVolumeOfMultipleLabels: any of the eight with a label volume.
+#define TARN_LABEL_STATISTICS_PAIRS(X) TARN_PAIRS(OPERATOR, LABEL, X)
 // ProjectionMean: any of the eight into float32, float64 or its own type, each pair once (22).
 #define TARN_PROJECTION_MEAN_PAIRS(X)                                                              \
     TARN_OPERATOR_INTEGER_VOXEL_LIST(TARN_TWICE, X) TARN_PAIRS(OPERATOR_INTEGER, FLOAT, X) TARN_PAIRS(FLOAT, FLOAT, X)
@@ -126,6 +130,7 @@ using AllVoxelPairs = TARN_INSTANCE_LIST(TARN_ALL_VOXEL_PAIRS);
 using HeightMapPairs = TARN_INSTANCE_LIST(TARN_HEIGHT_MAP_PAIRS);
 using LookupTablePairs = TARN_INSTANCE_LIST(TARN_LOOKUP_TABLE_PAIRS);
 using ProjectionMeanPairs = TARN_INSTANCE_LIST(TARN_PROJECTION_MEAN_PAIRS);
+using LabelStatisticsPairs = TARN_INSTANCE_LIST(TARN_LABEL_STATISTICS_PAIRS);
 #undef TARN_INSTANCE_LIST
 #undef TARN_LISTED
 } // namespace Tarn::Lumo_DLL::Instances

@@ -27,9 +27,14 @@ set(walks Functor Walk Subdivide ForEach ForEachParallel)
 # The operator base and the operators of the generic library.
 set(operators Operator Statistics/IncrementalStatistic Statistics/StatisticsFromVolume/Parameter
               Statistics/StatisticsFromVolume/Operator Statistics/SumOfVoxels/Parameter
-              Statistics/SumOfVoxels/Operator)
-# The copy operator, which also reads file-backed volumes into memory.
-list(APPEND operators Copy/Parameter Copy/Operator)
+              Statistics/SumOfVoxels/Operator Copy/Parameter Copy/Operator
+              Conversion/LookupTableConversion/Parameter Conversion/LookupTableConversion/Operator
+              ArithmeticOperators/GenericArithmeticOperator/Operator
+              ArithmeticOperators/Division/CheckedInplaceValueDivision/Parameter
+              ArithmeticOperators/Division/CheckedInplaceValueDivision/Operator
+              ArithmeticOperators/Subtraction/UncheckedSubtraction/Parameter
+              MedianOperators/QuickSelectMedian MedianOperators/QuickSelectMedianValueOfRoi/Parameter
+              MedianOperators/QuickSelectMedianValueOfRoi/Operator)
 # The readers of REK files.
 list(APPEND operators Persistence/VolumeFileInputOutput/RecHeaderLoader/Operator
             Persistence/VolumeFileInputOutput/RecHeaderFileInputOutput/Loader/Operator)

@@ -4,12 +4,15 @@
 #include "PngImage.h"
 #include "VolumeFiles.h"
 
+#include <AncillaryKitoOperators/VoxelTypeConversionParameter>
 #include <Kito/Kito>
 #include <Lumo_MiscDispatcher_DLL/Lumo_MiscDispatcher_DLL.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 #include <type_traits>
 #include <exception>
@@ -42,6 +45,13 @@ void printHelp(std::ostream& out)
            "  sum <volume> [--roi R]      sum of the voxels of the volume's view\n"
            "  statistics <volume> [--roi R]\n"
            "                              minimum, maximum, mean, variance and deviation of the view\n"
+           "  label-statistics <volume> --labels <volume> [--roi R]\n"
+           "                              statistics of the voxels of each label; a label volume\n"
+           "                              that is not uint8 gives each voxel its value / 256 as label\n"
+           "  count-in-range <volume> --min A --max B [--roi R]\n"
+           "                              number of voxels with A <= value <= B, the bounds taken to\n"
+           "                              the voxel type (1.5 is 1 for integers)\n"
+           "  median <volume> [--roi R]   median of the view (the lower middle value for an even count)\n"
            "  area <mesh> [--voxel-size um]\n"
            "                              area of a triangle mesh, in square micrometres\n"
            "  project-max <volume> [--direction D] [--roi R] [--png FILE]\n"
@@ -57,6 +67,17 @@ void printHelp(std::ostream& out)
            "  flatten <volume> [--threads N] [--slice K] [--roi R] [--png FILE]\n"
            "                              height map along tert, then every column moved up by its\n"
            "                              height; the PNG shows slice K (default 0) of the result\n"
+           "  window <volume> --min A --max B --background C [--roi R] [--png FILE]\n"
+           "                              voxels from A to B pass, all others become C; the three\n"
+           "                              values are of the volume's voxel type\n"
+           "  lut <volume> --table FILE [--type T] [--roi R] [--png FILE]\n"
+           "                              every voxel mapped through the table in FILE into type T\n"
+           "                              (default float32); FILE holds lines 'key value', and keys\n"
+           "                              it does not name map to 0\n"
+           "  convert <volume> --type T [--no-rounding] [--unchecked] [--roi R] [--png FILE]\n"
+           "                              the volume's values, read as float64, rounded half up and\n"
+           "                              written as type T; a value that T cannot hold fails unless\n"
+           "                              --unchecked\n"
            "  identifiers                 every class identifier known to the class factory\n"
            "  --help                      this text\n"
            "\n"
@@ -118,7 +139,25 @@ struct Options {
     std::string out = "lumo-demo";
     /// A REK file for the result, from the file options.
     std::string rek;
+    // window, lut, convert; count-in-range takes --min and --max too
+    std::string minimum, maximum, background;
+    std::string table;
+    bool rounding = true;
+    bool checked = true;
+    // label-statistics
+    std::string labels;
 };
+
+double parseNumber(const std::string& text, const char* what)
+{
+    try {
+        std::size_t used = 0;
+        const double value = std::stod(text, &used);
+        if (used == text.size()) return value;
+    } catch (const std::logic_error&) {
+    }
+    throw UsageError(std::string(what) + " takes a number");
+}
 
 SizeType parseCount(const std::string& text, const char* what)
 {
@@ -136,8 +175,13 @@ Options parseOptions(const std::vector<std::string>& args, std::size_t from, con
     Options options;
     for (std::size_t i = from; i < args.size(); ++i) {
         const std::string& name = args[i];
-        if (std::find(allowed.begin(), allowed.end(), name) == allowed.end() || i + 1 >= args.size())
-            throw UsageError("unexpected argument '" + name + "'");
+        const bool known = std::find(allowed.begin(), allowed.end(), name) != allowed.end();
+        // The two switches of convert take no value.
+        if (known && (name == "--no-rounding" || name == "--unchecked")) {
+            (name == "--no-rounding" ? options.rounding : options.checked) = false;
+            continue;
+        }
+        if (!known || i + 1 >= args.size()) throw UsageError("unexpected argument '" + name + "'");
         const std::string& value = args[++i];
         if (name == "--roi") {
             options.hasRegion = true;
@@ -161,6 +205,16 @@ Options parseOptions(const std::vector<std::string>& args, std::size_t from, con
             options.png = value;
         } else if (name == "--out") {
             options.out = value;
+        } else if (name == "--min") {
+            options.minimum = value;
+        } else if (name == "--max") {
+            options.maximum = value;
+        } else if (name == "--background") {
+            options.background = value;
+        } else if (name == "--table") {
+            options.table = value;
+        } else if (name == "--labels") {
+            options.labels = value;
         }
     }
     return options;
@@ -244,6 +298,78 @@ void printStatistics(const SmartPointer<Tarn::Kito::IVolume>& volume, const std:
     std::printf("%sminimum %s, maximum %s, mean %.3f, variance %.3f, standard deviation %.3f\n", indent.c_str(),
                 p->outputMinimum.getValue()->toString().c_str(), p->outputMaximum.getValue()->toString().c_str(),
                 p->outputMean.getValue(), p->outputVariance.getValue(), p->outputStandardDeviation.getValue());
+}
+
+/// The labels of a volume's view: a Tarn::uint8 volume in memory as it stands; any other volume is
+/// turned into one by the tool's own loop, each voxel's label its value divided by 256 and kept in
+/// 0 to 255 (for 16-bit grey values their upper byte).
+SmartPointer<Tarn::Kito::IVolume> labelsOf(const SmartPointer<Tarn::Kito::IVolume>& volume)
+{
+    if (DynamicCast<InMemory<Tarn::uint8>>(volume) != 0) return volume;
+    SmartPointer<Tarn::Kito::IVolume> result;
+    withVoxelType(volume->getVoxelTypeName(), [&](auto* type) {
+        using T = std::remove_pointer_t<decltype(type)>;
+        const InMemory<T> typed = DynamicCast<InMemory<T>>(volume);
+        if (typed == 0) throw std::runtime_error("the label volume is not held in memory");
+        const Tarn::Kito::Dimension<SizeType> size = typed->getDimension();
+        InMemory<Tarn::uint8> labels(new Tarn::Kito::Volume<Tarn::uint8, Tarn::Kito::Allocator::SingleBlockAllocator>(size));
+        for (SizeType t = 0; t < size.tert; ++t)
+            for (SizeType s = 0; s < size.sec; ++s)
+                for (SizeType p = 0; p < size.prim; ++p) {
+                    const Tarn::Kito::Position<SizeType> at(p, s, t);
+                    const double label = std::floor(static_cast<double>(typed->getValueAt(at)) / 256.0);
+                    *labels->getPosOffset(at) = static_cast<Tarn::uint8>(std::clamp(label, 0.0, 255.0));
+                }
+        result = DynamicCast<SmartPointer<Tarn::Kito::IVolume>>(labels);
+    });
+    return result;
+}
+
+void printLabelStatistics(const SmartPointer<Tarn::Kito::IVolume>& volume, const SmartPointer<Tarn::Kito::IVolume>& labels)
+{
+    using Parameter = Tarn::Lumo_DLL::IStatisticsFromVolumeOfMultipleLabels::Parameter;
+    SmartPointer<Parameter> p(new Parameter);
+    p->inputVolume.setValue(volume);
+    p->inputLabelVolume.setValue(labels);
+    Tarn::Lumo_DLL::IStatisticsFromVolumeOfMultipleLabels::IOperator facade;
+    facade.apply(asComposite(p));
+    const auto map = p->outputMapStatistics.getValue();
+    std::printf("%zu labels\n", map->size());
+    for (const auto& entry : *map) {
+        const auto& s = entry.second;
+        std::printf("label %3u: minimum %s, maximum %s, mean %.3f, variance %.3f, standard deviation %.3f\n",
+                    static_cast<unsigned>(entry.first), s->outputMinimum.getValue()->toString().c_str(),
+                    s->outputMaximum.getValue()->toString().c_str(), s->outputMean.getValue(),
+                    s->outputVariance.getValue(), s->outputStandardDeviation.getValue());
+    }
+}
+
+Tarn::uint64 countInRange(const SmartPointer<Tarn::Kito::IVolume>& volume, double minimum, double maximum)
+{
+    using Parameter = Tarn::Lumo_DLL::IFrequencyOfValuesInsideRange::Parameter;
+    SmartPointer<Parameter> p(new Parameter);
+    p->inputVolume.setValue(volume);
+    p->inputRangeLowerValue.setValue(
+        DynamicCast<SmartPointer<Tarn::Kito::Persistence::IData>>(Tarn::Kito::Persistence::DataPtr<double>(minimum)));
+    p->inputRangeUpperValue.setValue(
+        DynamicCast<SmartPointer<Tarn::Kito::Persistence::IData>>(Tarn::Kito::Persistence::DataPtr<double>(maximum)));
+    Tarn::Lumo_DLL::IFrequencyOfValuesInsideRange::IOperator facade;
+    facade.apply(asComposite(p));
+    return p->outputFrequency.getValue();
+}
+
+/// The median of the view. The operator pushes the region in force again, on the bottom region too,
+/// so the stack is put back as it was.
+std::string medianOf(const SmartPointer<Tarn::Kito::IVolume>& volume)
+{
+    using Parameter = Tarn::Lumo_DLL::IQuickSelectMedianValueOfRoi::Parameter;
+    const SizeType depth = volume->getRoiStack().size();
+    SmartPointer<Parameter> p(new Parameter);
+    p->inputVolume.setValue(volume);
+    Tarn::Lumo_DLL::IQuickSelectMedianValueOfRoi::IOperator facade;
+    facade.apply(asComposite(p));
+    while (volume->getRoiStack().size() > depth) volume->popRoi();
+    return p->outputValue.getValue()->toString();
 }
 
 double areaOf(const LumoTool::Table& mesh, double voxelSize)
@@ -396,6 +522,129 @@ void report(const SmartPointer<Tarn::Kito::IVolume>& result, const Options& opti
     }
 }
 
+// ---- voxel transforms: window, lut, convert ----------------------------------------------------------
+
+/// A number given for option that a voxel of type T, whose part is named by whose, holds exactly.
+template <class T> T valueOfType(const std::string& text, const std::string& option, const char* whose = "the volume's")
+{
+    double value = 0.0;
+    try {
+        std::size_t used = 0;
+        value = std::stod(text, &used);
+        if (used != text.size()) throw std::invalid_argument(text);
+    } catch (const std::logic_error&) {
+        throw UsageError(option + " takes a number");
+    }
+    const double lowest = static_cast<double>(std::numeric_limits<T>::lowest());
+    const double highest = static_cast<double>(std::numeric_limits<T>::max());
+    if (!(value >= lowest && value <= highest) || static_cast<double>(static_cast<T>(value)) != value)
+        throw UsageError(option + " takes a value of " + whose + " voxel type");
+    return static_cast<T>(value);
+}
+
+template <class T> SmartPointer<Tarn::Kito::Persistence::IData> dataOf(T value)
+{
+    return DynamicCast<SmartPointer<Tarn::Kito::Persistence::IData>>(Tarn::Kito::Persistence::DataPtr<T>(value));
+}
+
+SmartPointer<Tarn::Kito::IVolume> windowOf(const SmartPointer<Tarn::Kito::IVolume>& volume, const Options& options)
+{
+    if (options.minimum.empty() || options.maximum.empty() || options.background.empty())
+        throw UsageError("window takes --min, --max and --background");
+    using Facade = Tarn::Lumo_DLL::IRangePassTransformation;
+    SmartPointer<Facade::Parameter> p(new Facade::Parameter);
+    p->inputVolume.setValue(volume);
+    withVoxelType(volume->getVoxelTypeName(), [&](auto* type) {
+        using T = std::remove_pointer_t<decltype(type)>;
+        p->inputMinThreshold.setValue(dataOf(valueOfType<T>(options.minimum, "--min")));
+        p->inputMaxThreshold.setValue(dataOf(valueOfType<T>(options.maximum, "--max")));
+        p->inputBackgroundValue.setValue(dataOf(valueOfType<T>(options.background, "--background")));
+    });
+    Facade::IOperator facade;
+    facade.apply(asComposite(p));
+    return p->outputVolume.getValue();
+}
+
+/// A table over every key of K, from the lines "key value" of a file; keys it does not name map to
+/// 0. Every key has a value, since the operator reads the table without a bounds test.
+template <class K, class V> SmartPointer<IComposite> tableFromFile(const std::string& path)
+{
+    std::ifstream in(path);
+    if (!in) throw UsageError("cannot read the table " + path);
+    const Tarn::int64 lowest = std::numeric_limits<K>::lowest(), highest = std::numeric_limits<K>::max();
+    Tarn::Kito::Container::TablePtr<K, V> table(new Tarn::Kito::Container::Table<K, V>);
+    table->size = static_cast<SizeType>(highest - lowest + 1);
+    table->tertOffsetToOrigin = static_cast<SizeType>(-lowest);
+    table->volume = InMemory<V>(new Tarn::Kito::Volume<V, Tarn::Kito::Allocator::SingleBlockAllocator>(
+        Tarn::Kito::Dimension<SizeType>(table->size, 1, 1)));
+    table->volume->fill(V(0));
+    std::string line;
+    for (int number = 1; std::getline(in, line); ++number) {
+        std::istringstream fields(line);
+        std::string key, value, rest;
+        if (!(fields >> key) || key[0] == '#') continue;
+        const std::string where = path + " line " + std::to_string(number);
+        if (!(fields >> value) || (fields >> rest)) throw UsageError(where + ": a line is 'key value'");
+        const K k = valueOfType<K>(key, where + ": the key");
+        table->volume->getIterator()[Tarn::int64(k) - lowest] = valueOfType<V>(value, where + ": the value", "the output's");
+    }
+    return DynamicCast<SmartPointer<IComposite>>(table);
+}
+
+SmartPointer<Tarn::Kito::IVolume> lookUp(const SmartPointer<Tarn::Kito::IVolume>& volume, const Options& options)
+{
+    if (options.table.empty()) throw UsageError("lut takes --table FILE");
+    const std::string outputType = options.type.empty() ? "float32" : options.type;
+    using Facade = Tarn::Lumo_DLL::ILookupTableConversion;
+    SmartPointer<Facade::Parameter> p(new Facade::Parameter);
+    p->inputVolume.setValue(volume);
+    p->outputVolume.setValue(placeholderOfType(outputType));
+    withVoxelType(volume->getVoxelTypeName(), [&](auto* key) {
+        using K = std::remove_pointer_t<decltype(key)>;
+        if constexpr (std::is_integral_v<K> && sizeof(K) <= 2) {
+            withVoxelType(outputType, [&](auto* value) {
+                p->inputLookupTable.setValue(tableFromFile<K, std::remove_pointer_t<decltype(value)>>(options.table));
+            });
+        }
+        // Other key types have no table; the facade reports that they have no instance either.
+    });
+    Facade::IOperator facade;
+    facade.apply(asComposite(p));
+    return p->outputVolume.getValue();
+}
+
+/// The volume's values as float64, the type the conversion reads, then converted into the type
+/// asked for by the instance that the class factory holds for the pair.
+SmartPointer<Tarn::Kito::IVolume> convertTo(const SmartPointer<Tarn::Kito::IVolume>& volume, const Options& options)
+{
+    if (options.type.empty()) throw UsageError("convert takes --type T");
+    const InMemory<double> values(new Tarn::Kito::Volume<double, Tarn::Kito::Allocator::SingleBlockAllocator>(
+        Tarn::Kito::Dimension<SizeType>(volume->getDimPrim(), volume->getDimSec(), volume->getDimTert())));
+    withVoxelType(volume->getVoxelTypeName(), [&](auto* type) {
+        using T = std::remove_pointer_t<decltype(type)>;
+        const InMemory<T> typed = DynamicCast<InMemory<T>>(volume);
+        if (typed == 0) throw std::runtime_error("the volume is not held in memory");
+        double* q = values->getIterator();
+        for (SizeType t = 0; t < typed->getDimTert(); ++t)
+            for (SizeType s = 0; s < typed->getDimSec(); ++s)
+                for (SizeType i = 0; i < typed->getDimPrim(); ++i)
+                    *q++ = static_cast<double>(typed->getValueAt(Tarn::Kito::Position<SizeType>(i, s, t)));
+    });
+    using Parameter = Tarn::AncillaryKitoOperators::VoxelTypeConversion::Parameter;
+    SmartPointer<Parameter> p(new Parameter);
+    p->inputVolume.setValue(DynamicCast<SmartPointer<Tarn::Kito::IVolume>>(values));
+    p->inputRounding.setValue(options.rounding);
+    p->inputCheckedCast.setValue(options.checked);
+    const SmartPointer<Tarn::Kito::IVolume> placeholder = placeholderOfType(options.type);
+    const SmartPointer<Tarn::Kito::IOperator> conversion =
+        DynamicCast<SmartPointer<Tarn::Kito::IOperator>>(Tarn::Kito::Factory::DefaultClassFactory::instance().createInstance(
+            "Tarn::AncillaryKitoOperators::VoxelTypeConversion::Operator< " +
+            DynamicCast<SmartPointer<IComposite>>(p->inputVolume.getValue())->getType() + ", " +
+            DynamicCast<SmartPointer<IComposite>>(placeholder)->getType() + " >"));
+    conversion->apply(asComposite(p));
+    return p->outputVolume.getValue();
+}
+
 int run(std::vector<std::string> args)
 {
     const LumoTool::FileOptions files = LumoTool::takeFileOptions(args, 1);
@@ -411,8 +660,9 @@ int run(std::vector<std::string> args)
                     areaOf(mesh, options.voxelSize));
         return 0;
     }
-    const std::vector<std::string> volumeCommands = {"sum", "statistics", "project-max", "project-sum", "height-map",
-                                                     "flatten"};
+    const std::vector<std::string> volumeCommands = {"sum",     "statistics",       "project-max",    "project-sum",
+                                                     "height-map", "flatten",       "window",         "lut",
+                                                     "convert",    "label-statistics", "count-in-range", "median"};
     if (std::find(volumeCommands.begin(), volumeCommands.end(), command) == volumeCommands.end() || args.size() < 2)
         throw UsageError("unknown command or wrong arguments: '" + command + "'");
 
@@ -421,8 +671,16 @@ int run(std::vector<std::string> args)
         allowed.insert(allowed.end(), {"--direction", "--png"});
     if (command == "project-sum" || command == "height-map") allowed.push_back("--type");
     if (command == "flatten") allowed.insert(allowed.end(), {"--threads", "--slice", "--png"});
+    if (command == "window") allowed.insert(allowed.end(), {"--min", "--max", "--background", "--png"});
+    if (command == "lut") allowed.insert(allowed.end(), {"--table", "--type", "--png"});
+    if (command == "convert") allowed.insert(allowed.end(), {"--type", "--no-rounding", "--unchecked", "--png"});
+    if (command == "label-statistics") allowed.push_back("--labels");
+    if (command == "count-in-range") allowed.insert(allowed.end(), {"--min", "--max"});
     Options options = parseOptions(args, 2, allowed);
     options.rek = files.rek;
+    if (command == "label-statistics" && options.labels.empty()) throw UsageError("label-statistics needs --labels");
+    if (command == "count-in-range" && (options.minimum.empty() || options.maximum.empty()))
+        throw UsageError("count-in-range needs --min and --max");
     const SmartPointer<Tarn::Kito::IVolume> volume = volumeNamed(args[1], files);
     if (options.hasRegion) volume->setRoi(options.region);
     std::printf("%s: %s\n", args[1].c_str(), describe(*volume).c_str());
@@ -431,10 +689,33 @@ int run(std::vector<std::string> args)
         std::printf("sum %.17g\n", sumOf(volume));
     } else if (command == "statistics") {
         printStatistics(volume, "");
+    } else if (command == "label-statistics") {
+        // The label volume gets the same region, so that the two views have the same extents.
+        // A label file is read as a REK file: the raw options describe the volume.
+        const SmartPointer<Tarn::Kito::IVolume> namedLabels = volumeNamed(options.labels, LumoTool::FileOptions());
+        if (options.hasRegion) namedLabels->setRoi(options.region);
+        const SmartPointer<Tarn::Kito::IVolume> labels = labelsOf(namedLabels);
+        std::printf("labels %s: %s\n", options.labels.c_str(), describe(*labels).c_str());
+        printLabelStatistics(volume, labels);
+    } else if (command == "count-in-range") {
+        const double minimum = parseNumber(options.minimum, "--min"), maximum = parseNumber(options.maximum, "--max");
+        const Tarn::uint64 count = countInRange(volume, minimum, maximum);
+        const SizeType all = volume->getDimPrim() * volume->getDimSec() * volume->getDimTert();
+        std::printf("%llu of %llu voxels in [%g, %g] (%.3f%%)\n", static_cast<unsigned long long>(count),
+                    static_cast<unsigned long long>(all), minimum, maximum,
+                    all == 0 ? 0.0 : 100.0 * static_cast<double>(count) / static_cast<double>(all));
+    } else if (command == "median") {
+        std::printf("median %s\n", medianOf(volume).c_str());
     } else if (command == "project-max") {
         report(project<Tarn::Lumo_DLL::IProjectionMax>(volume, options.direction, ""), options);
     } else if (command == "project-sum") {
         report(project<Tarn::Lumo_DLL::IProjectionSum>(volume, options.direction, options.type), options);
+    } else if (command == "window") {
+        report(windowOf(volume, options), options);
+    } else if (command == "lut") {
+        report(lookUp(volume, options), options);
+    } else if (command == "convert") {
+        report(convertTo(volume, options), options);
     } else if (command == "height-map") {
         const Tarn::uint64 direction = options.hasDirection ? options.direction : 2;
         report(heightMapOf(volume, direction, options.type.empty() ? "uint16" : options.type), options, true);
