@@ -16,7 +16,6 @@ function(expect_text text where)
   endif()
 endfunction()
 
-# The images go to a directory of their own, which a fresh build tree does not have yet.
 file(MAKE_DIRECTORY ${OUT})
 
 # The sheet (about 1000) and the writing (about 400) pass; the air (0) becomes 7.
