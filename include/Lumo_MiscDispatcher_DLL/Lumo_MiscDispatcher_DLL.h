@@ -15,5 +15,6 @@
 #include <Lumo_MiscDispatcher_DLL/IStatisticsFromVolumeOfMultipleLabels.h>
 #include <Lumo_MiscDispatcher_DLL/ISumOfTriangleAreas.h>
 #include <Lumo_MiscDispatcher_DLL/ISumOfVoxels.h>
+#include <Lumo_MiscDispatcher_DLL/IVolumeFromRawFileInput.h>
 
 #endif

@@ -16,6 +16,12 @@ set(geometry Triple TripleComposite Orientation IterateValues)
 # Volumes, where their voxels live, and the containers that travel in parameter objects.
 set(volumes IVolume SingleBlockAllocator ExternalBufferAllocator detail/FileStorage InputFileAllocator
             BufferedInputFileAllocator Volume ContainerBase List Map BidirectionalMap Table)
+# The REK header, the voxel type codes and the parameter objects of volume files.
+list(APPEND volumes Persistence/RecHeader_V260 Persistence/VoxelTypeConverter
+            Persistence/VolumeFileInputOutput/MetaInformation
+            Persistence/VolumeFileInputOutput/RecHeaderFileInputOutput/MetaInformation
+            Persistence/VolumeFileInputOutput/Loader/Parameter Persistence/VolumeFileInputOutput/Saver/Parameter
+            Persistence/VolumeFileInputOutput/RecHeaderLoader/Parameter)
 # Functors and the walks of views by them.
 set(walks Functor Walk Subdivide ForEach ForEachParallel)
 # The operator base and the operators of the generic library.
@@ -29,6 +35,9 @@ set(operators Operator Statistics/IncrementalStatistic Statistics/StatisticsFrom
               ArithmeticOperators/Subtraction/UncheckedSubtraction/Parameter
               MedianOperators/QuickSelectMedian MedianOperators/QuickSelectMedianValueOfRoi/Parameter
               MedianOperators/QuickSelectMedianValueOfRoi/Operator)
+# The readers of REK files.
+list(APPEND operators Persistence/VolumeFileInputOutput/RecHeaderLoader/Operator
+            Persistence/VolumeFileInputOutput/RecHeaderFileInputOutput/Loader/Operator)
 set(umbrella Kito)
 
 if(NOT KITO_INCLUDE)

@@ -2,6 +2,7 @@
 // user wants to read. Exit codes: 0 success, 1 a failure reported by the library, 2 bad usage.
 #include "BuiltinVolume.h"
 #include "PngImage.h"
+#include "VolumeFiles.h"
 
 #include <AncillaryKitoOperators/VoxelTypeConversionParameter>
 #include <Kito/Kito>
@@ -32,9 +33,7 @@ constexpr int exitFailure = 1;
 constexpr int exitUsage = 2;
 
 /// Bad usage: reported with the help text, exit code 2.
-struct UsageError : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
+using UsageError = LumoTool::UsageError;
 
 void printHelp(std::ostream& out)
 {
@@ -85,7 +84,8 @@ void printHelp(std::ostream& out)
            "<volume> and <mesh> name the data to work on; 'builtin' is the demo's own volume\n"
            "(192 x 128 x 72 Tarn::uint16, a bent sheet with writing inside) and the mesh of its\n"
            "upper surface. R is a region of the view as prim,sec,tert,sizePrim,sizeSec,sizeTert.\n"
-           "T is a voxel type: int8, uint8, int16, uint16, int32, uint32, float32 or float64.\n";
+           "T is a voxel type: int8, uint8, int16, uint16, int32, uint32, float32 or float64.\n"
+        << LumoTool::fileHelp();
 }
 
 template <class P> SmartPointer<IComposite> asComposite(const SmartPointer<P>& parameter)
@@ -93,10 +93,11 @@ template <class P> SmartPointer<IComposite> asComposite(const SmartPointer<P>& p
     return DynamicCast<SmartPointer<IComposite>>(parameter);
 }
 
-LumoTool::Volume16 volumeNamed(const std::string& name)
+SmartPointer<Tarn::Kito::IVolume> volumeNamed(const std::string& name, const LumoTool::FileOptions& files)
 {
-    if (name == "builtin") return LumoTool::makeBuiltinVolume();
-    throw UsageError("unknown volume '" + name + "' (this build knows 'builtin')");
+    if (name == "builtin" && !files.raw)
+        return DynamicCast<SmartPointer<Tarn::Kito::IVolume>>(LumoTool::makeBuiltinVolume());
+    return LumoTool::readVolumeFile(name, files);
 }
 
 LumoTool::Table meshNamed(const std::string& name)
@@ -136,6 +137,8 @@ struct Options {
     SizeType slice = 0;
     std::string png;
     std::string out = "lumo-demo";
+    /// A REK file for the result, from the file options.
+    std::string rek;
     // window, lut, convert; count-in-range takes --min and --max too
     std::string minimum, maximum, background;
     std::string table;
@@ -507,6 +510,10 @@ int identifiers()
 /// Prints a single-slice result and writes it when a PNG was asked for.
 void report(const SmartPointer<Tarn::Kito::IVolume>& result, const Options& options, bool hideLargest = false)
 {
+    if (!options.rek.empty()) {
+        LumoTool::writeRek(options.rek, result);
+        std::printf("written to %s\n", options.rek.c_str());
+    }
     std::printf("result: %s\n", describe(*result).c_str());
     printStatistics(result, "");
     if (!options.png.empty()) {
@@ -638,9 +645,11 @@ SmartPointer<Tarn::Kito::IVolume> convertTo(const SmartPointer<Tarn::Kito::IVolu
     return p->outputVolume.getValue();
 }
 
-int run(const std::vector<std::string>& args)
+int run(std::vector<std::string> args)
 {
+    const LumoTool::FileOptions files = LumoTool::takeFileOptions(args, 1);
     const std::string& command = args[0];
+    if (command == "info" && args.size() == 2) return LumoTool::printInfo(args[1]);
     if (command == "demo") return demo(parseOptions(args, 1, {"--out"}));
     if (command == "identifiers" && args.size() == 1) return identifiers();
     if (command == "area" && args.size() >= 2) {
@@ -667,13 +676,13 @@ int run(const std::vector<std::string>& args)
     if (command == "convert") allowed.insert(allowed.end(), {"--type", "--no-rounding", "--unchecked", "--png"});
     if (command == "label-statistics") allowed.push_back("--labels");
     if (command == "count-in-range") allowed.insert(allowed.end(), {"--min", "--max"});
-    const Options options = parseOptions(args, 2, allowed);
+    Options options = parseOptions(args, 2, allowed);
+    options.rek = files.rek;
     if (command == "label-statistics" && options.labels.empty()) throw UsageError("label-statistics needs --labels");
     if (command == "count-in-range" && (options.minimum.empty() || options.maximum.empty()))
         throw UsageError("count-in-range needs --min and --max");
-    const LumoTool::Volume16 named = volumeNamed(args[1]);
-    if (options.hasRegion) named->setRoi(options.region);
-    const SmartPointer<Tarn::Kito::IVolume> volume = asVolume(named);
+    const SmartPointer<Tarn::Kito::IVolume> volume = volumeNamed(args[1], files);
+    if (options.hasRegion) volume->setRoi(options.region);
     std::printf("%s: %s\n", args[1].c_str(), describe(*volume).c_str());
 
     if (command == "sum") {
@@ -682,9 +691,10 @@ int run(const std::vector<std::string>& args)
         printStatistics(volume, "");
     } else if (command == "label-statistics") {
         // The label volume gets the same region, so that the two views have the same extents.
-        const LumoTool::Volume16 namedLabels = volumeNamed(options.labels);
+        // A label file is read as a REK file: the raw options describe the volume.
+        const SmartPointer<Tarn::Kito::IVolume> namedLabels = volumeNamed(options.labels, LumoTool::FileOptions());
         if (options.hasRegion) namedLabels->setRoi(options.region);
-        const SmartPointer<Tarn::Kito::IVolume> labels = labelsOf(asVolume(namedLabels));
+        const SmartPointer<Tarn::Kito::IVolume> labels = labelsOf(namedLabels);
         std::printf("labels %s: %s\n", options.labels.c_str(), describe(*labels).c_str());
         printLabelStatistics(volume, labels);
     } else if (command == "count-in-range") {
