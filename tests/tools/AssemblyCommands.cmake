@@ -1,20 +1,6 @@
 # concat and duplicate-slice as a user runs them on the built-in volume: the extents of the new
 # volumes, the slice written as PNG, bad usage, and the library's own failures.
-function(run_lumo expected_exit)
-  execute_process(COMMAND ${LUMO} ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)
-  if(NOT result EQUAL expected_exit)
-    message(FATAL_ERROR "lumo ${ARGN}: expected exit code ${expected_exit}, got ${result}:\n${output}\n${errors}")
-  endif()
-  set(output "${output}" PARENT_SCOPE)
-  set(errors "${errors}" PARENT_SCOPE)
-endfunction()
-
-function(expect_text text where)
-  string(FIND "${where}" "${text}" at)
-  if(at EQUAL -1)
-    message(FATAL_ERROR "expected '${text}' in:\n${where}")
-  endif()
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/RunLumo.cmake)
 
 file(REMOVE_RECURSE ${OUT})
 file(MAKE_DIRECTORY ${OUT})
