@@ -105,7 +105,8 @@ private:
 /// In and Out are VolumePtr<V, SingleBlockAllocator>, of any two of the voxel types: Out only
 /// names the instance (a host picks it by the volume it leaves in outputVolume), and the result is
 /// always a new volume of In's type. An XZ or YZ slice is reached by turning both volumes so that
-/// it becomes a tert slice of the view, which each copy then moves line by line.
+/// it becomes a tert slice of the view; those copies go voxel by voxel, an XY slice's line by line.
+/// Each copy walks one slice, which is one slab of the parallel walk: it runs on one thread.
 ///
 /// The copies are operators of their own, each with its own progress and stop flag: this
 /// operator's progress stands at 0 until it returns, and a stop asked of it does not reach them.
