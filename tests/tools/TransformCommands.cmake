@@ -16,7 +16,6 @@ function(expect_text text where)
   endif()
 endfunction()
 
-# A fresh build tree has no output directory yet.
 file(MAKE_DIRECTORY ${OUT})
 
 # The sheet (about 1000) and the writing (about 400) pass; the air (0) becomes 7.
