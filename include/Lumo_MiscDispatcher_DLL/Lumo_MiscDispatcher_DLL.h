@@ -2,7 +2,9 @@
 #ifndef TARN_LUMO_MISCDISPATCHER_DLL_H_INCLUDED
 #define TARN_LUMO_MISCDISPATCHER_DLL_H_INCLUDED
 
+#include <Lumo_MiscDispatcher_DLL/IConcatVolumes.h>
 #include <Lumo_MiscDispatcher_DLL/ICopy.h>
+#include <Lumo_MiscDispatcher_DLL/IDuplicateSlices.h>
 #include <Lumo_MiscDispatcher_DLL/IFrequencyOfValuesInsideRange.h>
 #include <Lumo_MiscDispatcher_DLL/IHeightMap.h>
 #include <Lumo_MiscDispatcher_DLL/ILookupTableConversion.h>

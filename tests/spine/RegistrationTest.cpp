@@ -95,6 +95,7 @@ Names expectedIdentifiers()
                            "Tarn::Kito::Container::Map< Tarn::uint32 , "
                            "Tarn::Lumo::Statistics::StatisticsFromVolumeOfMultipleLabels::Statistics >",
                            "Tarn::Lumo::Statistics::FrequencyOfValuesInsideRange::Parameter"});
+    ids.insert(ids.end(), {"Tarn::Lumo::ConcatVolumes::Parameter", "Tarn::Lumo::DuplicateSlices::Parameter"});
 
     for (const std::string& voxel : operatorVoxels) {
         ids.push_back("Tarn::Kito::Statistics::SumOfVoxels::Operator< " + volume(voxel) + " >");
@@ -107,6 +108,7 @@ Names expectedIdentifiers()
         ids.push_back(operatorOf("Tarn::AncillaryKitoOperators::VoxelTypeConversion::Operator", {"Tarn::float64", voxel},
                                  ", "));
         ids.push_back("Tarn::Lumo::Statistics::FrequencyOfValuesInsideRange::Operator< " + volume(voxel) + " >");
+        ids.push_back(operatorOf("Tarn::Lumo::ConcatVolumes::Operator", {voxel, voxel, voxel}, " , "));
     }
     ids.push_back("Tarn::Kito::ArithmeticOperators::Division::CheckedInplaceValueDivision::Operator< " +
                   volume("Tarn::float64") + " >");
@@ -118,6 +120,7 @@ Names expectedIdentifiers()
     addOperators(ids, "Tarn::Lumo::Statistics::StatisticsFromVolumeOfMultipleLabels::Operator",
                  Instances::LabelStatisticsPairs(), ", ");
     addOperators(ids, "Tarn::Lumo::ProjectionSum::Operator", Instances::OperatorVoxelPairs(), " , ");
+    addOperators(ids, "Tarn::Lumo::DuplicateSlices::Operator", Instances::OperatorVoxelPairs(), " , ");
     addOperators(ids, "Tarn::Lumo::HeightMap::Operator", Instances::HeightMapPairs(), ", ");
     addOperators(ids, "Tarn::Lumo::PlanarisationOperators::OrthogonalPlanarisationOperator::Operator",
                  Instances::AllVoxelPairs(), " , ");
@@ -162,7 +165,7 @@ TEST(Registration, TheFactoryHoldsExactlyTheListedInstances)
     EXPECT_EQ(without(expected, registered), Names()) << "listed, but not registered";
     EXPECT_EQ(without(registered, expected), Names()) << "registered, but not listed";
     EXPECT_EQ(std::set<std::string>(expected.begin(), expected.end()).size(), expected.size()) << "listed twice";
-    EXPECT_EQ(registered.size(), 554u);
+    EXPECT_EQ(registered.size(), 628u);
 }
 
 // ---- the lists of families that have no facade yet ----------------------------------------------

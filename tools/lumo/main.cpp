@@ -78,6 +78,13 @@ void printHelp(std::ostream& out)
            "                              the volume's values, read as float64, rounded half up and\n"
            "                              written as type T; a value that T cannot hold fails unless\n"
            "                              --unchecked\n"
+           "  concat <volume> <volume> --face F [--roi R] [--slice K] [--png FILE]\n"
+           "                              the two volumes joined: F 0, 1, 2 puts the second below the\n"
+           "                              first along sec, prim, tert; 3, 4, 5 above it; the region R\n"
+           "                              is taken of both; the PNG shows slice K (default 0)\n"
+           "  duplicate-slice <volume> --plane P --index I --count N [--roi R] [--slice K] [--png FILE]\n"
+           "                              slice I of plane P (XY, XZ or YZ) repeated N times; the PNG\n"
+           "                              shows slice K (default 0) of the result\n"
            "  identifiers                 every class identifier known to the class factory\n"
            "  --help                      this text\n"
            "\n"
@@ -146,6 +153,8 @@ struct Options {
     bool checked = true;
     // label-statistics
     std::string labels;
+    // concat, duplicate-slice
+    std::string face, plane, index, count;
 };
 
 double parseNumber(const std::string& text, const char* what)
@@ -215,6 +224,14 @@ Options parseOptions(const std::vector<std::string>& args, std::size_t from, con
             options.table = value;
         } else if (name == "--labels") {
             options.labels = value;
+        } else if (name == "--face") {
+            options.face = value;
+        } else if (name == "--plane") {
+            options.plane = value;
+        } else if (name == "--index") {
+            options.index = value;
+        } else if (name == "--count") {
+            options.count = value;
         }
     }
     return options;
@@ -645,6 +662,72 @@ SmartPointer<Tarn::Kito::IVolume> convertTo(const SmartPointer<Tarn::Kito::IVolu
     return p->outputVolume.getValue();
 }
 
+// ---- volume assembly: concat, duplicate-slice ----------------------------------------------------------
+
+SmartPointer<Tarn::Kito::IVolume> concatOf(const SmartPointer<Tarn::Kito::IVolume>& first,
+                                           const SmartPointer<Tarn::Kito::IVolume>& second, Tarn::uint64 face)
+{
+    SmartPointer<Tarn::Lumo_DLL::IConcatVolumes::Parameter> p(new Tarn::Lumo_DLL::IConcatVolumes::Parameter);
+    p->inputVolumeFirst.setValue(first);
+    p->inputVolumeSecond.setValue(second);
+    p->inputFace.setValue(face);
+    Tarn::Lumo_DLL::IConcatVolumes::IOperator concat;
+    concat.apply(asComposite(p));
+    return p->outputVolume.getValue();
+}
+
+SmartPointer<Tarn::Kito::IVolume> duplicateSliceOf(const SmartPointer<Tarn::Kito::IVolume>& volume,
+                                                   const std::string& plane, SizeType index, SizeType count)
+{
+    SmartPointer<Tarn::Lumo_DLL::IDuplicateSlices::Parameter> p(new Tarn::Lumo_DLL::IDuplicateSlices::Parameter);
+    p->inputVolume.setValue(volume);
+    p->inputSliceOrientation.setValue(plane + "-Slice");
+    p->inputSliceIndex.setValue(index);
+    p->inputNumberOfSlices.setValue(count);
+    Tarn::Lumo_DLL::IDuplicateSlices::IOperator duplicate;
+    duplicate.apply(asComposite(p));
+    return p->outputVolume.getValue();
+}
+
+/// concat A B and duplicate-slice V: the inputs and the new volume are described, then slice K of
+/// the new volume is reported (and written) as a single-slice result.
+int assemble(const std::vector<std::string>& args, const LumoTool::FileOptions& files)
+{
+    const bool concat = args[0] == "concat";
+    const std::size_t volumes = concat ? 2 : 1;
+    if (args.size() < volumes + 1) throw UsageError("unknown command or wrong arguments: '" + args[0] + "'");
+    const std::vector<std::string> allowed =
+        concat ? std::vector<std::string>{"--face", "--roi", "--slice", "--png"}
+               : std::vector<std::string>{"--plane", "--index", "--count", "--roi", "--slice", "--png"};
+    Options options = parseOptions(args, volumes + 1, allowed);
+    options.rek = files.rek;
+    std::vector<SmartPointer<Tarn::Kito::IVolume>> inputs;
+    for (std::size_t k = 1; k <= volumes; ++k) {
+        const SmartPointer<Tarn::Kito::IVolume> named = volumeNamed(args[k], files);
+        if (options.hasRegion) named->setRoi(options.region);
+        inputs.push_back(named);
+        std::printf("%s: %s\n", args[k].c_str(), describe(*inputs.back()).c_str());
+    }
+    SmartPointer<Tarn::Kito::IVolume> result;
+    if (concat) {
+        if (options.face.empty()) throw UsageError("concat takes --face");
+        result = concatOf(inputs[0], inputs[1], parseCount(options.face, "--face"));
+    } else {
+        if (options.plane.empty() || options.index.empty() || options.count.empty())
+            throw UsageError("duplicate-slice takes --plane, --index and --count");
+        if (options.plane != "XY" && options.plane != "XZ" && options.plane != "YZ")
+            throw UsageError("--plane takes XY, XZ or YZ");
+        result = duplicateSliceOf(inputs[0], options.plane, parseCount(options.index, "--index"),
+                                  parseCount(options.count, "--count"));
+    }
+    std::printf("%s: %s\n", concat ? "joined" : "repeated", describe(*result).c_str());
+    if (options.slice >= result->getDimTert()) throw UsageError("--slice lies outside the new volume");
+    result->setRoiToSlice(options.slice);
+    std::printf("slice %llu of it: ", static_cast<unsigned long long>(options.slice));
+    report(result, options);
+    return 0;
+}
+
 int run(std::vector<std::string> args)
 {
     const LumoTool::FileOptions files = LumoTool::takeFileOptions(args, 1);
@@ -652,6 +735,7 @@ int run(std::vector<std::string> args)
     if (command == "info" && args.size() == 2) return LumoTool::printInfo(args[1]);
     if (command == "demo") return demo(parseOptions(args, 1, {"--out"}));
     if (command == "identifiers" && args.size() == 1) return identifiers();
+    if (command == "concat" || command == "duplicate-slice") return assemble(args, files);
     if (command == "area" && args.size() >= 2) {
         const Options options = parseOptions(args, 2, {"--voxel-size"});
         const LumoTool::Table mesh = meshNamed(args[1]);
