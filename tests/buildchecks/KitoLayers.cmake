@@ -15,9 +15,10 @@ set(spine Types PlainException detail/Format Exceptions SmartPointer Composite D
 set(geometry Triple TripleComposite Orientation IterateValues)
 # Volumes, where their voxels live, and the containers that travel in parameter objects.
 set(volumes IVolume SingleBlockAllocator ExternalBufferAllocator detail/FileStorage InputFileAllocator
-            BufferedInputFileAllocator Volume ContainerBase List Map BidirectionalMap Table)
+            BufferedInputFileAllocator Volume ContainerBase List Map BidirectionalMap Table
+            MaskFactory/MaskParameters)
 # Functors and the walks of views by them.
-set(walks Functor Walk Subdivide ForEach ForEachParallel)
+set(walks Functor Walk Subdivide ForEach ForEachParallel MaskOffsets)
 # The operator base and the operators of the generic library.
 set(operators Operator Statistics/IncrementalStatistic Statistics/StatisticsFromVolume/Parameter
               Statistics/StatisticsFromVolume/Operator Statistics/SumOfVoxels/Parameter
