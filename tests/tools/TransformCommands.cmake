@@ -16,6 +16,9 @@ function(expect_text text where)
   endif()
 endfunction()
 
+# The image below is the first file written there: on a fresh build tree the folder does not exist.
+file(MAKE_DIRECTORY ${OUT})
+
 # The sheet (about 1000) and the writing (about 400) pass; the air (0) becomes 7.
 run_lumo(0 window builtin --min 300 --max 1100 --background 7 --png ${OUT}/window.png)
 expect_text("builtin: 192 x 128 x 72 Tarn::uint16\nresult: 192 x 128 x 72 Tarn::uint16\nminimum 7, maximum 10" "${output}")
