@@ -159,6 +159,24 @@ public:
     }
 };
 
+TEST(MaskWalk, AMaskOfZerosReadsNothingAndWritesItsEmptySumEverywhereInTheFitRegion)
+{
+    MemoryVolumePtr<Tarn::int32> input(new MemoryVolume<Tarn::int32>(Dimension<SizeType>(4, 3, 2)));
+    input->fill(9);
+    const MemoryVolumePtr<Tarn::int32> output(new MemoryVolume<Tarn::int32>(Dimension<SizeType>(4, 3, 2)));
+    output->fill(-1);
+    const Mask mask(new MemoryVolume<Tarn::uint8>(Dimension<SizeType>(2, 1, 1)));
+    mask->fill(0);
+    const WeightedSum functor(*input, mask, Position<SizeType>(1, 0, 0));
+    Tarn::Kito::Progress progress;
+    const std::uint8_t goOn = 0;
+    Tarn::Kito::Iterating::walkByMask(functor, input, output, progress, &goOn);
+    // Prim 1 to 3 lie in the fit region and get the sum of no voxel; prim 0 keeps its -1.
+    std::vector<Tarn::int32> expected(24, 0);
+    for (std::size_t k = 0; k < 24; k += 4) expected[k] = -1;
+    expectVolume(output, Dimension<SizeType>(4, 3, 2), expected);
+}
+
 TEST(MaskWalk, WritesUnderTheAnchorInTheFitRegionOnlyAndRestoresTheViews)
 {
     for (const View& view : allViews) {

@@ -60,13 +60,23 @@ public:
     Functor(const WalkedVolume& volume, const Mask& mask, const Position<SizeType>& anchor)
         : Base(volume, mask, anchor), scratch(makeScratch(this->count)), buffer(scratch->getIterator())
     {
+        // A ray mask from its first voxel gives offsets 0, d, 2d, ...: then the gather needs no
+        // offset list, and a ray along prim (d = 1) is a plain copy the compiler turns into wide
+        // loads. (Through the list, a ray of 512 voxels along prim took about a fifth longer.)
+        step = this->count > 1 ? this->offsetData[1] : 1;
+        for (SizeType i = 0; i < this->count; ++i)
+            if (this->offsetData[i] != static_cast<OffsetType>(i) * step) step = 0;
     }
-    Functor(const Functor& other) : Base(other), scratch(makeScratch(other.count)), buffer(scratch->getIterator()) {}
+    Functor(const Functor& other)
+        : Base(other), scratch(makeScratch(other.count)), buffer(scratch->getIterator()), step(other.step)
+    {
+    }
     /// The walks hand a working copy's state back after every slice: the buffer stays this copy's own,
     /// and is made anew only if it is too small for other's mask.
     Functor& operator=(const Functor& other)
     {
         Base::operator=(other);
+        step = other.step;
         if (scratch->getDimPrim() < other.count) {
             scratch = makeScratch(other.count);
             buffer = scratch->getIterator();
@@ -80,7 +90,13 @@ public:
         const OffsetType* const offsets = this->offsetData;
         V* const b = buffer;
         const auto n = static_cast<Tarn::uint32>(this->count);
-        for (Tarn::uint32 i = 0; i < n; ++i) b[i] = p[offsets[i]];
+        const OffsetType d = step;
+        if (d == 1)
+            for (Tarn::uint32 i = 0; i < n; ++i) b[i] = p[i];
+        else if (d != 0)
+            for (Tarn::uint32 i = 0; i < n; ++i) b[i] = p[static_cast<OffsetType>(i) * d];
+        else
+            for (Tarn::uint32 i = 0; i < n; ++i) b[i] = p[offsets[i]];
         median = Tarn::Kito::MedianOperators::QuickSelectMedian(b, n);
     }
 
@@ -92,6 +108,8 @@ public:
 
     Scratch scratch;
     V* buffer;
+    /// The distance between neighbouring offsets if they are 0, d, 2d, ..., else 0.
+    OffsetType step = 0;
 };
 
 namespace detail {
