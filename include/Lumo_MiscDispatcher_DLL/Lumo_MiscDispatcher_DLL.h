@@ -10,6 +10,8 @@
 #include <Lumo_MiscDispatcher_DLL/ILookupTableConversion.h>
 #include <Lumo_MiscDispatcher_DLL/IOrthogonalPlanarisationOperator.h>
 #include <Lumo_MiscDispatcher_DLL/IProjectionMax.h>
+#include <Lumo_MiscDispatcher_DLL/IProjectionMean.h>
+#include <Lumo_MiscDispatcher_DLL/IProjectionMedian.h>
 #include <Lumo_MiscDispatcher_DLL/IProjectionSum.h>
 #include <Lumo_MiscDispatcher_DLL/IQuickSelectMedianValueOfRoi.h>
 #include <Lumo_MiscDispatcher_DLL/IRangePassTransformation.h>

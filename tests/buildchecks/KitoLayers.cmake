@@ -15,7 +15,8 @@ set(spine Types PlainException detail/Format Exceptions SmartPointer Composite D
 set(geometry Triple TripleComposite Orientation IterateValues)
 # Volumes, where their voxels live, and the containers that travel in parameter objects.
 set(volumes IVolume SingleBlockAllocator ExternalBufferAllocator detail/FileStorage InputFileAllocator
-            BufferedInputFileAllocator Volume ContainerBase List Map BidirectionalMap Table)
+            BufferedInputFileAllocator Volume ContainerBase List Map BidirectionalMap Table
+            MaskFactory/MaskParameters)
 # The REK header, the voxel type codes and the parameter objects of volume files.
 list(APPEND volumes Persistence/RecHeader_V260 Persistence/VoxelTypeConverter
             Persistence/VolumeFileInputOutput/MetaInformation
@@ -23,7 +24,7 @@ list(APPEND volumes Persistence/RecHeader_V260 Persistence/VoxelTypeConverter
             Persistence/VolumeFileInputOutput/Loader/Parameter Persistence/VolumeFileInputOutput/Saver/Parameter
             Persistence/VolumeFileInputOutput/RecHeaderLoader/Parameter)
 # Functors and the walks of views by them.
-set(walks Functor Walk Subdivide ForEach ForEachParallel)
+set(walks Functor Walk Subdivide ForEach ForEachParallel MaskOffsets)
 # The operator base and the operators of the generic library.
 set(operators Operator Statistics/IncrementalStatistic Statistics/StatisticsFromVolume/Parameter
               Statistics/StatisticsFromVolume/Operator Statistics/SumOfVoxels/Parameter

@@ -89,6 +89,7 @@ Names expectedIdentifiers()
     ids.insert(ids.end(), {"Tarn::Lumo::ComputeHeightMapBorder::Parameter", "Tarn::Lumo::HeightMap::Parameter",
                            "Tarn::Lumo::PlanarisationOperators::OrthogonalPlanarisationOperator::Parameter",
                            "Tarn::Lumo::ProjectionMax::Parameter", "Tarn::Lumo::ProjectionSum::Parameter",
+                           "Tarn::Lumo::ProjectionMean::Parameter", "Tarn::Lumo::ProjectionMedian::Parameter",
                            "Tarn::Lumo::ValueTransformation::RangePassTransformation::Parameter"});
     ids.insert(ids.end(), {"Tarn::Lumo::Statistics::StatisticsFromVolumeOfMultipleLabels::Parameter",
                            "Tarn::Lumo::Statistics::StatisticsFromVolumeOfMultipleLabels::Statistics",
@@ -102,6 +103,7 @@ Names expectedIdentifiers()
         ids.push_back("Tarn::Kito::Statistics::StatisticsFromVolume::Operator< " + volume(voxel) + " >");
         ids.push_back("Tarn::Kito::Statistics::StatisticsFromVolume::Operator< " + volume(voxel, external1) + " >");
         ids.push_back(operatorOf("Tarn::Lumo::ProjectionMax::Operator", {voxel, voxel}, " , "));
+        ids.push_back(operatorOf("Tarn::Lumo::ProjectionMedian::Operator", {voxel, voxel}, " , "));
         ids.push_back(operatorOf("Tarn::Lumo::ValueTransformation::RangePassTransformation::Operator", {voxel, voxel},
                                  " , "));
         // The sibling library's conversions, registered when it loads.
@@ -121,6 +123,7 @@ Names expectedIdentifiers()
                  Instances::LabelStatisticsPairs(), ", ");
     addOperators(ids, "Tarn::Lumo::ProjectionSum::Operator", Instances::OperatorVoxelPairs(), " , ");
     addOperators(ids, "Tarn::Lumo::DuplicateSlices::Operator", Instances::OperatorVoxelPairs(), " , ");
+    addOperators(ids, "Tarn::Lumo::ProjectionMean::Operator", Instances::ProjectionMeanPairs(), " , ");
     addOperators(ids, "Tarn::Lumo::HeightMap::Operator", Instances::HeightMapPairs(), ", ");
     addOperators(ids, "Tarn::Lumo::PlanarisationOperators::OrthogonalPlanarisationOperator::Operator",
                  Instances::AllVoxelPairs(), " , ");
@@ -165,7 +168,7 @@ TEST(Registration, TheFactoryHoldsExactlyTheListedInstances)
     EXPECT_EQ(without(expected, registered), Names()) << "listed, but not registered";
     EXPECT_EQ(without(registered, expected), Names()) << "registered, but not listed";
     EXPECT_EQ(std::set<std::string>(expected.begin(), expected.end()).size(), expected.size()) << "listed twice";
-    EXPECT_EQ(registered.size(), 628u);
+    EXPECT_EQ(registered.size(), 660u);
 }
 
 // ---- the lists of families that have no facade yet ----------------------------------------------

@@ -16,6 +16,7 @@ function(expect_text text where)
   endif()
 endfunction()
 
+# The image below is the first file written there: on a fresh build tree the folder does not exist.
 file(MAKE_DIRECTORY ${OUT})
 
 # The sheet (about 1000) and the writing (about 400) pass; the air (0) becomes 7.

@@ -60,6 +60,12 @@ void printHelp(std::ostream& out)
            "  project-sum <volume> [--direction D] [--type T] [--roi R] [--png FILE]\n"
            "                              sum of every ray, formed in voxel type T (default: the\n"
            "                              volume's own, which wraps around)\n"
+           "  project-mean <volume> [--direction D] [--type T] [--roi R] [--png FILE]\n"
+           "                              mean of every ray, summed in float64; T float32, float64 or\n"
+           "                              the volume's own type (default), where means are rounded\n"
+           "  project-median <volume> [--direction D] [--roi R] [--png FILE]\n"
+           "                              median of every ray (the lower middle value for an even\n"
+           "                              length), in the view's first plane across the rays\n"
            "  height-map <volume> [--direction A] [--type T] [--roi R] [--png FILE]\n"
            "                              depth of the first voxel that is not 0 on every ray; A 0\n"
            "                              along prim, 1 sec, 2 tert (default); T uint8, uint16 (default)\n"
@@ -416,6 +422,19 @@ SmartPointer<Tarn::Kito::IVolume> project(const SmartPointer<Tarn::Kito::IVolume
     return p->outputVolume.getValue();
 }
 
+/// The plane of a median filter's result that holds the medians, as a region on it: the first plane
+/// across the rays.
+SmartPointer<Tarn::Kito::IVolume> medianPlaneOf(const SmartPointer<Tarn::Kito::IVolume>& filtered, Tarn::uint64 direction)
+{
+    const SizeType P = filtered->getDimPrim(), S = filtered->getDimSec(), T = filtered->getDimTert();
+    const Tarn::Kito::Dimension<SizeType> plane = direction == 0   ? Tarn::Kito::Dimension<SizeType>(P, S, 1)
+                                                  : direction == 1 ? Tarn::Kito::Dimension<SizeType>(P, 1, T)
+                                                                   : Tarn::Kito::Dimension<SizeType>(1, S, T);
+    filtered->setRoi(Tarn::Kito::RegionOfInterest<SizeType>(plane, Tarn::Kito::Position<SizeType>(0, 0, 0)));
+    std::printf("medians in the plane: ");
+    return filtered;
+}
+
 /// The height map leaves the volume turned so that its view's tert is the searched axis.
 SmartPointer<Tarn::Kito::IVolume> heightMapOf(const SmartPointer<Tarn::Kito::IVolume>& volume, Tarn::uint64 direction,
                                               const std::string& outputType)
@@ -746,14 +765,16 @@ int run(std::vector<std::string> args)
     }
     const std::vector<std::string> volumeCommands = {"sum",     "statistics",       "project-max",    "project-sum",
                                                      "height-map", "flatten",       "window",         "lut",
-                                                     "convert",    "label-statistics", "count-in-range", "median"};
+                                                     "convert",    "label-statistics", "count-in-range", "median",
+                                                     "project-mean", "project-median"};
     if (std::find(volumeCommands.begin(), volumeCommands.end(), command) == volumeCommands.end() || args.size() < 2)
         throw UsageError("unknown command or wrong arguments: '" + command + "'");
 
     std::vector<std::string> allowed = {"--roi"};
-    if (command == "project-max" || command == "project-sum" || command == "height-map")
+    if (command == "project-max" || command == "project-sum" || command == "project-mean" ||
+        command == "project-median" || command == "height-map")
         allowed.insert(allowed.end(), {"--direction", "--png"});
-    if (command == "project-sum" || command == "height-map") allowed.push_back("--type");
+    if (command == "project-sum" || command == "project-mean" || command == "height-map") allowed.push_back("--type");
     if (command == "flatten") allowed.insert(allowed.end(), {"--threads", "--slice", "--png"});
     if (command == "window") allowed.insert(allowed.end(), {"--min", "--max", "--background", "--png"});
     if (command == "lut") allowed.insert(allowed.end(), {"--table", "--type", "--png"});
@@ -794,6 +815,13 @@ int run(std::vector<std::string> args)
         report(project<Tarn::Lumo_DLL::IProjectionMax>(volume, options.direction, ""), options);
     } else if (command == "project-sum") {
         report(project<Tarn::Lumo_DLL::IProjectionSum>(volume, options.direction, options.type), options);
+    } else if (command == "project-mean") {
+        report(project<Tarn::Lumo_DLL::IProjectionMean>(volume, options.direction, options.type), options);
+    } else if (command == "project-median") {
+        const SmartPointer<Tarn::Kito::IVolume> filtered =
+            project<Tarn::Lumo_DLL::IProjectionMedian>(volume, options.direction, "");
+        std::printf("filtered: %s\n", describe(*filtered).c_str());
+        report(medianPlaneOf(filtered, options.direction), options);
     } else if (command == "window") {
         report(windowOf(volume, options), options);
     } else if (command == "lut") {

@@ -1,0 +1,56 @@
+# The mean and the median projection, run as a user runs them on the built-in volume, whose
+# content is reproducible; their PNG images; and their failures.
+function(run_lumo expected_result output_variable)
+  execute_process(COMMAND ${LUMO} ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)
+  if(NOT result EQUAL expected_result)
+    message(FATAL_ERROR "lumo ${ARGN}: expected exit code ${expected_result}, got ${result}: ${output} ${errors}")
+  endif()
+  set(${output_variable} "${output}${errors}" PARENT_SCOPE)
+endfunction()
+
+function(expect_text text output)
+  string(FIND "${output}" "${text}" found)
+  if(found EQUAL -1)
+    message(FATAL_ERROR "expected '${text}' in: ${output}")
+  endif()
+endfunction()
+
+file(REMOVE_RECURSE "${OUT}")
+file(MAKE_DIRECTORY "${OUT}")
+
+# Along tert in the volume's own type the means are rounded; in float32 they are not.
+run_lumo(0 output project-mean builtin)
+expect_text("result: 192 x 128 x 1 Tarn::uint16" "${output}")
+expect_text("minimum 120, maximum 142, mean 137.364" "${output}")
+run_lumo(0 output project-mean builtin --type float32 --png ${OUT}/mean.png)
+expect_text("result: 192 x 128 x 1 Tarn::float32" "${output}")
+expect_text("minimum 119.84722137451171875, maximum 141.5, mean 137.356" "${output}")
+expect_text("written to ${OUT}/mean.png" "${output}")
+if(NOT EXISTS "${OUT}/mean.png")
+  message(FATAL_ERROR "no ${OUT}/mean.png")
+endif()
+run_lumo(0 output project-mean builtin --direction 2 --type float64 --roi 10,20,30,40,50,20)
+expect_text("result: 1 x 50 x 20 Tarn::float64" "${output}")
+expect_text("minimum 199.05000000000001137, maximum 526.97500000000002274" "${output}")
+
+# The median keeps the volume's extent; the report and the image show its plane of medians.
+run_lumo(0 output project-median builtin --direction 1 --png ${OUT}/median.png)
+expect_text("filtered: 192 x 128 x 72 Tarn::uint16" "${output}")
+expect_text("medians in the plane: result: 192 x 1 x 72 Tarn::uint16" "${output}")
+expect_text("minimum 0, maximum 1008, mean 136.576" "${output}")
+if(NOT EXISTS "${OUT}/median.png")
+  message(FATAL_ERROR "no ${OUT}/median.png")
+endif()
+# Four rays inside the sheet: medians of its grey values.
+run_lumo(0 output project-median builtin --roi 96,64,16,4,4,4)
+expect_text("medians in the plane: result: 4 x 4 x 1 Tarn::uint16" "${output}")
+expect_text("minimum 972, maximum 1009, mean 992.312" "${output}")
+
+run_lumo(1 output project-mean builtin --direction 3)
+expect_text("lumo: Tarn::Kito::Lumo::ProjectionMean::Operator::apply: Invalid direction" "${output}")
+run_lumo(1 output project-median builtin --direction 3)
+expect_text("lumo: Tarn::Lumo::ProjectionMean::Operator::apply: Invalid direction" "${output}")
+run_lumo(1 output project-mean builtin --type int16)
+expect_text("No creationMethod for the identifier Tarn::Lumo::ProjectionMean::Operator< Tarn::Kito::Volume< Tarn::uint16 , Tarn::Kito::Allocator::SingleBlockAllocator > , Tarn::Kito::Volume< Tarn::int16 , Tarn::Kito::Allocator::SingleBlockAllocator > > is registered" "${output}")
+run_lumo(2 output project-median builtin --type float32)
+expect_text("unexpected argument '--type'" "${output}")
