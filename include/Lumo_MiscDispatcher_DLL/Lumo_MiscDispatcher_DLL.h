@@ -3,6 +3,7 @@
 #define TARN_LUMO_MISCDISPATCHER_DLL_H_INCLUDED
 
 #include <Lumo_MiscDispatcher_DLL/ICopy.h>
+#include <Lumo_MiscDispatcher_DLL/IDirectionalPlanarisationOperator.h>
 #include <Lumo_MiscDispatcher_DLL/IFrequencyOfValuesInsideRange.h>
 #include <Lumo_MiscDispatcher_DLL/IHeightMap.h>
 #include <Lumo_MiscDispatcher_DLL/ILookupTableConversion.h>
