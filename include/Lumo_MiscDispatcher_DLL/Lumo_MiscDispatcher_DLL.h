@@ -4,6 +4,7 @@
 
 #include <Lumo_MiscDispatcher_DLL/IConcatVolumes.h>
 #include <Lumo_MiscDispatcher_DLL/ICopy.h>
+#include <Lumo_MiscDispatcher_DLL/IDirectionalPlanarisationOperator.h>
 #include <Lumo_MiscDispatcher_DLL/IDuplicateSlices.h>
 #include <Lumo_MiscDispatcher_DLL/IFrequencyOfValuesInsideRange.h>
 #include <Lumo_MiscDispatcher_DLL/IHeightMap.h>

@@ -53,6 +53,15 @@
 #define TARN_PAIR_CELL(O, X, I) X(I, O)
 #define TARN_ONCE(T, X) X(T)
 #define TARN_TWICE(T, X) X(T, T)
+// X(I, M, O) for every I of FIRST, M of SECOND and O of THIRD, I outermost, O innermost. The rows
+// leave the second list behind as TARN_PAIRS does, and each cell the third: the second list runs in
+// the rescan of the inner TARN_EXPAND, the third in that of the outer one, each outside the lists
+// that called it. An X given here must use neither TARN_EXPAND nor the list named THIRD.
+#define TARN_TRIPLES(FIRST, SECOND, THIRD, X)                                                      \
+    TARN_EXPAND(TARN_EXPAND(TARN_LIST_NAME(FIRST)(TARN_TRIPLE_ROW, SECOND, THIRD, X)))
+#define TARN_TRIPLE_ROW(I, SECOND, THIRD, X) TARN_LIST_NAME TARN_EMPTY()(SECOND)(TARN_TRIPLE_CELL, THIRD, X, I)
+#define TARN_TRIPLE_CELL(M, THIRD, X, I) TARN_LIST_NAME TARN_EMPTY()(THIRD)(TARN_TRIPLE_LAST, X, I, M)
+#define TARN_TRIPLE_LAST(O, X, I, M) X(I, M, O)
 
 // ---- Instance families --------------------------------------------------------------------------
 // One list per family of instances: X(T) or X(I, O) for each instance, in the order in which its
@@ -74,6 +83,9 @@
 // ProjectionMean: any of the eight into float32, float64 or its own type, each pair once (22).
 #define TARN_PROJECTION_MEAN_PAIRS(X)                                                              \
     TARN_OPERATOR_INTEGER_VOXEL_LIST(TARN_TWICE, X) TARN_PAIRS(OPERATOR_INTEGER, FLOAT, X) TARN_PAIRS(FLOAT, FLOAT, X)
+// DirectionalPlanarisationOperator: any of the ten, with a height map of any of the ten, and grids
+// and normals in float32 or float64 (200).
+#define TARN_DIRECTIONAL_PLANARISATION_TRIPLES(X) TARN_TRIPLES(ALL, ALL, FLOAT, X)
 
 // One operator instance with its registration with the class factory, prefix empty or extern. The
 // explicit instance of the subscriber defines the registrator, which runs when the library loads;
@@ -131,6 +143,7 @@ using HeightMapPairs = TARN_INSTANCE_LIST(TARN_HEIGHT_MAP_PAIRS);
 using LookupTablePairs = TARN_INSTANCE_LIST(TARN_LOOKUP_TABLE_PAIRS);
 using ProjectionMeanPairs = TARN_INSTANCE_LIST(TARN_PROJECTION_MEAN_PAIRS);
 using LabelStatisticsPairs = TARN_INSTANCE_LIST(TARN_LABEL_STATISTICS_PAIRS);
+using DirectionalPlanarisationTriples = TARN_INSTANCE_LIST(TARN_DIRECTIONAL_PLANARISATION_TRIPLES);
 #undef TARN_INSTANCE_LIST
 #undef TARN_LISTED
 } // namespace Tarn::Lumo_DLL::Instances

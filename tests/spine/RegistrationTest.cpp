@@ -88,6 +88,7 @@ Names expectedIdentifiers()
 
     ids.insert(ids.end(), {"Tarn::Lumo::ComputeHeightMapBorder::Parameter", "Tarn::Lumo::HeightMap::Parameter",
                            "Tarn::Lumo::PlanarisationOperators::OrthogonalPlanarisationOperator::Parameter",
+                           "Tarn::Lumo::PlanarisationOperators::DirectionalPlanarisationOperator::Parameter",
                            "Tarn::Lumo::ProjectionMax::Parameter", "Tarn::Lumo::ProjectionSum::Parameter",
                            "Tarn::Lumo::ProjectionMean::Parameter", "Tarn::Lumo::ProjectionMedian::Parameter",
                            "Tarn::Lumo::ValueTransformation::RangePassTransformation::Parameter"});
@@ -127,6 +128,9 @@ Names expectedIdentifiers()
     addOperators(ids, "Tarn::Lumo::HeightMap::Operator", Instances::HeightMapPairs(), ", ");
     addOperators(ids, "Tarn::Lumo::PlanarisationOperators::OrthogonalPlanarisationOperator::Operator",
                  Instances::AllVoxelPairs(), " , ");
+    // The directional planarisation joins its three volumes by ", ".
+    addOperators(ids, "Tarn::Lumo::PlanarisationOperators::DirectionalPlanarisationOperator::Operator",
+                 Instances::DirectionalPlanarisationTriples(), ", ");
     ids.push_back("Tarn::Lumo::SumOfTriangleAreas::Operator");
 
     const std::string copy = "Tarn::Kito::Copy::Operator< ";
@@ -168,7 +172,7 @@ TEST(Registration, TheFactoryHoldsExactlyTheListedInstances)
     EXPECT_EQ(without(expected, registered), Names()) << "listed, but not registered";
     EXPECT_EQ(without(registered, expected), Names()) << "registered, but not listed";
     EXPECT_EQ(std::set<std::string>(expected.begin(), expected.end()).size(), expected.size()) << "listed twice";
-    EXPECT_EQ(registered.size(), 660u);
+    EXPECT_EQ(registered.size(), 861u);
 }
 
 // ---- the lists of families that have no facade yet ----------------------------------------------
@@ -191,6 +195,16 @@ TEST(InstanceLists, MeansGoIntoTheFloatTypesAndTheInputTypeEachOnce)
     const std::vector<Names> listed = instanceNames(Instances::ProjectionMeanPairs());
     EXPECT_EQ(std::set<Names>(listed.begin(), listed.end()), expected);
     EXPECT_EQ(listed.size(), 22u);
+}
+
+TEST(InstanceLists, DirectionalPlanarisationsTakeAnyInputAnyHeightMapAndBothFloatGrids)
+{
+    std::vector<Names> expected;
+    const Names all = TestSupport::voxelNames(Instances::AllVoxels());
+    for (const std::string& input : all)
+        for (const std::string& height : all)
+            for (const char* grid : {"Tarn::float32", "Tarn::float64"}) expected.push_back({input, height, grid});
+    EXPECT_EQ(instanceNames(Instances::DirectionalPlanarisationTriples()), expected);
 }
 
 TEST(InstanceLists, LabelStatisticsTakeEachOperatorTypeWithUint8Labels)
