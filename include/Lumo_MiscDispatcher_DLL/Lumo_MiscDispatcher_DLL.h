@@ -2,6 +2,7 @@
 #ifndef TARN_LUMO_MISCDISPATCHER_DLL_H_INCLUDED
 #define TARN_LUMO_MISCDISPATCHER_DLL_H_INCLUDED
 
+#include <Lumo_MiscDispatcher_DLL/IAverageImage.h>
 #include <Lumo_MiscDispatcher_DLL/IConcatVolumes.h>
 #include <Lumo_MiscDispatcher_DLL/ICopy.h>
 #include <Lumo_MiscDispatcher_DLL/IDirectionalPlanarisationOperator.h>

@@ -1,22 +1,9 @@
 // The REK file operators of the generic library, registered with the class factory when the
-// library loads: no facade names them, and hosts reach them by their identifiers.
-#include <Kito/Persistence/RecHeader_V260>
-#include <Kito/Persistence/VolumeFileInputOutput/RecHeaderFileInputOutput/Loader/Operator>
-#include <Kito/Persistence/VolumeFileInputOutput/RecHeaderFileInputOutput/MetaInformation>
-#include <Kito/Persistence/VolumeFileInputOutput/RecHeaderLoader/Operator>
+// library loads: hosts reach them by their identifiers, and the image average runs the loaders.
+#include "StageInstances.h"
 
-#include "KitoInstances.h"
+TARN_REK_HEADER_LOADER_INSTANCE()
 
-namespace {
-using RecMetaInformation =
-    Tarn::Kito::Persistence::VolumeFileInputOutput::RecHeaderFileInputOutput::MetaInformation<Tarn::RecHeader_V260>;
-using Tarn::Lumo_DLL::Instances::InMemory;
-} // namespace
-
-TARN_OPERATOR_INSTANCE(, Tarn::Kito::Persistence::VolumeFileInputOutput::RecHeaderLoader::Operator<RecMetaInformation>)
-
-#define TARN_MAKE(T)                                                                                                   \
-    TARN_OPERATOR_INSTANCE(, Tarn::Kito::Persistence::VolumeFileInputOutput::RecHeaderFileInputOutput::Loader::Operator< \
-                                 InMemory<T>, RecMetaInformation>)
+#define TARN_MAKE(T) TARN_REK_LOADER_INSTANCE(, T)
 TARN_OPERATOR_VOXELS(TARN_MAKE)
 #undef TARN_MAKE

@@ -97,7 +97,8 @@ Names expectedIdentifiers()
                            "Tarn::Kito::Container::Map< Tarn::uint32 , "
                            "Tarn::Lumo::Statistics::StatisticsFromVolumeOfMultipleLabels::Statistics >",
                            "Tarn::Lumo::Statistics::FrequencyOfValuesInsideRange::Parameter"});
-    ids.insert(ids.end(), {"Tarn::Lumo::ConcatVolumes::Parameter", "Tarn::Lumo::DuplicateSlices::Parameter"});
+    ids.insert(ids.end(), {"Tarn::Lumo::ConcatVolumes::Parameter", "Tarn::Lumo::DuplicateSlices::Parameter",
+                           "Tarn::Lumo::ArithmeticOperators::AverageImage::Parameter"});
 
     for (const std::string& voxel : operatorVoxels) {
         ids.push_back("Tarn::Kito::Statistics::SumOfVoxels::Operator< " + volume(voxel) + " >");
@@ -112,6 +113,8 @@ Names expectedIdentifiers()
                                  ", "));
         ids.push_back("Tarn::Lumo::Statistics::FrequencyOfValuesInsideRange::Operator< " + volume(voxel) + " >");
         ids.push_back(operatorOf("Tarn::Lumo::ConcatVolumes::Operator", {voxel, voxel, voxel}, " , "));
+        // Not what IAverageImage spells, which reaches nothing; the operator is reached by this name.
+        ids.push_back("Tarn::Lumo::ArithmeticOperators::AverageImage::Operator< " + volume(voxel) + " >");
     }
     ids.push_back("Tarn::Kito::ArithmeticOperators::Division::CheckedInplaceValueDivision::Operator< " +
                   volume("Tarn::float64") + " >");
@@ -172,7 +175,7 @@ TEST(Registration, TheFactoryHoldsExactlyTheListedInstances)
     EXPECT_EQ(without(expected, registered), Names()) << "listed, but not registered";
     EXPECT_EQ(without(registered, expected), Names()) << "registered, but not listed";
     EXPECT_EQ(std::set<std::string>(expected.begin(), expected.end()).size(), expected.size()) << "listed twice";
-    EXPECT_EQ(registered.size(), 861u);
+    EXPECT_EQ(registered.size(), 870u);
 }
 
 // ---- the lists of families that have no facade yet ----------------------------------------------
