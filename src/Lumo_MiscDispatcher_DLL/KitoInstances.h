@@ -66,7 +66,7 @@
 // ---- Instance families --------------------------------------------------------------------------
 // One list per family of instances: X(T) or X(I, O) for each instance, in the order in which its
 // facade makes them.
-// SumOfVoxels, ProjectionMax, StatisticsFromVolume, AverageImage; chunks of the third level.
+// SumOfVoxels, ProjectionMax, StatisticsFromVolume; chunks of the third level.
 #define TARN_OPERATOR_VOXELS(X) TARN_OPERATOR_VOXEL_LIST(TARN_ONCE, X)
 // Volumes up to the second level of chunks, triples.
 #define TARN_ALL_VOXELS(X) TARN_ALL_VOXEL_LIST(TARN_ONCE, X)

@@ -1,11 +1,9 @@
 // VolumeFiles: volumes written to files in a directory of their own, as the file allocators read
-// them (a header of 2048 bytes, then the voxels in storage order) or as REK files with a header that
-// names their type and extent, and what a test needs to see that nothing was ever written back.
+// them (a header of 2048 bytes, then the voxels in storage order), and what a test needs to see
+// that nothing was ever written back.
 #ifndef TARN_TESTS_SUPPORT_VOLUMEFILES_H_INCLUDED
 #define TARN_TESTS_SUPPORT_VOLUMEFILES_H_INCLUDED
 
-#include <Kito/Persistence/RecHeader_V260>
-#include <Kito/Persistence/VoxelTypeConverter>
 #include <Kito/Triple>
 #include <Kito/Types>
 
@@ -77,25 +75,6 @@ template <class T> void writeVolumeFile(const std::string& path, const std::vect
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     const std::vector<char> header(2048, static_cast<char>(0xA5));
     out.write(header.data(), static_cast<std::streamsize>(header.size()));
-    out.write(reinterpret_cast<const char*>(voxels.data()), static_cast<std::streamsize>(voxels.size() * sizeof(T)));
-    ASSERT_TRUE(out.good()) << "cannot write " << path;
-}
-
-/// Writes a REK file of extent whose header names T's voxel code and the extent in its reko block,
-/// then voxels (extent.size() of them, in storage order).
-template <class T>
-void writeRekFile(const std::string& path, const Tarn::Kito::Dimension<Tarn::Kito::SizeType>& extent,
-                  const std::vector<T>& voxels)
-{
-    ASSERT_EQ(voxels.size(), extent.size()) << "voxels of another extent for " << path;
-    Tarn::RecHeader_V260 header;
-    header.voxelTypeCode =
-        static_cast<Tarn::int16>(Tarn::Kito::Persistence::VolumeFileInputOutput::VoxelTypeConverter()[Tarn::Kito::typeName<T>()]);
-    header.rekoPrim = static_cast<Tarn::int32>(extent.prim);
-    header.rekoSec = static_cast<Tarn::int32>(extent.sec);
-    header.rekoTert = static_cast<Tarn::int32>(extent.tert);
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(&header), sizeof header);
     out.write(reinterpret_cast<const char*>(voxels.data()), static_cast<std::streamsize>(voxels.size() * sizeof(T)));
     ASSERT_TRUE(out.good()) << "cannot write " << path;
 }

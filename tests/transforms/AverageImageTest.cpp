@@ -13,6 +13,7 @@
 
 #include <support/FailureOf.h>
 #include <support/RandomVolume.h>
+#include <support/RekFiles.h>
 #include <support/StopWhileRunning.h>
 #include <support/VolumeFiles.h>
 
