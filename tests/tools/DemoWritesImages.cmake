@@ -1,10 +1,11 @@
-# Runs `lumo demo --out OUT` and checks that it names and writes the three images, each a PNG.
+# Runs `lumo demo --out OUT` and checks that it names and writes the four images, each a PNG, the
+# comparison of the two planarisations at the width of both slices side by side.
 file(REMOVE_RECURSE ${OUT})
 execute_process(COMMAND ${LUMO} demo --out ${OUT} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "lumo demo exited with ${result}:\n${output}\n${errors}")
 endif()
-foreach(image max-projection.png height-map.png flattened-slice-4.png)
+foreach(image max-projection.png height-map.png flattened-slice-4.png orthogonal-vs-directional.png)
   if(NOT EXISTS ${OUT}/${image})
     message(FATAL_ERROR "lumo demo did not write ${image}:\n${output}")
   endif()
@@ -17,3 +18,9 @@ foreach(image max-projection.png height-map.png flattened-slice-4.png)
     message(FATAL_ERROR "${image} is not a PNG file (it starts with ${signature})")
   endif()
 endforeach()
+# The header chunk gives width and height, four bytes each, most significant first: two slices of
+# 192 x 96 with 4 columns between them, 388 x 96.
+file(READ ${OUT}/orthogonal-vs-directional.png extent OFFSET 16 LIMIT 8 HEX)
+if(NOT extent STREQUAL "0000018400000060")
+  message(FATAL_ERROR "orthogonal-vs-directional.png is not 388 x 96 pixels (its header says ${extent})")
+endif()

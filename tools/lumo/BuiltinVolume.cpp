@@ -37,18 +37,21 @@ constexpr const char* glyphs[4][7] = {
     {".###.", "#...#", "#...#", "#...#", "#...#", "#...#", ".###."},
 };
 
-/// Whether the column (p, s) lies under a stroke of the writing, which is centred on the sheet.
-bool underWriting(SizeType p, SizeType s)
+/// Whether the column (p, s) of a volume of extent (prim, sec) lies under a stroke of writing
+/// centred on it, scale voxels per font pixel.
+bool underWriting(SizeType p, SizeType s, SizeType prim, SizeType sec, long scale)
 {
     constexpr long columns = 4 * 6 - 1, rows = 7; // four letters of 5 with a blank column between
-    const long left = (static_cast<long>(sizePrim) - columns * glyphScale) / 2;
-    const long top = (static_cast<long>(sizeSec) - rows * glyphScale) / 2;
-    const long column = (static_cast<long>(p) - left) / glyphScale;
-    const long row = (static_cast<long>(s) - top) / glyphScale;
+    const long left = (static_cast<long>(prim) - columns * scale) / 2;
+    const long top = (static_cast<long>(sec) - rows * scale) / 2;
+    const long column = (static_cast<long>(p) - left) / scale;
+    const long row = (static_cast<long>(s) - top) / scale;
     if (static_cast<long>(p) < left || static_cast<long>(s) < top || column >= columns || row >= rows) return false;
     if (column % 6 == 5) return false;
     return glyphs[column / 6][row][column % 6] == '#';
 }
+
+bool underWriting(SizeType p, SizeType s) { return underWriting(p, s, sizePrim, sizeSec, glyphScale); }
 } // namespace
 
 Volume16 makeBuiltinVolume()
@@ -93,6 +96,52 @@ Table makeBuiltinMesh()
             put(p0, s0), put(p1, s1), put(p0, s1);
         }
     return mesh;
+}
+
+namespace {
+namespace cylinder {
+constexpr SizeType sizePrim = 192, sizeSec = 96, sizeTert = 100;
+constexpr double radius = 100.0, thickness = 12.0;
+constexpr double axisPrim = 95.5, axisTert = 8.0 + radius; // the surface's top lies at tert 8
+constexpr double inkThickness = 3.0;
+constexpr long glyphScale = 7;
+} // namespace cylinder
+} // namespace
+
+bool underCylinderWriting(SizeType p, SizeType s)
+{
+    return underWriting(p, s, cylinder::sizePrim, cylinder::sizeSec, cylinder::glyphScale);
+}
+
+Volume16 makeBuiltinCylinder()
+{
+    using Voxels = Tarn::Kito::Volume<Tarn::uint16, Tarn::Kito::Allocator::SingleBlockAllocator>;
+    Volume16 volume(new Voxels(Dimension<SizeType>(cylinder::sizePrim, cylinder::sizeSec, cylinder::sizeTert)));
+    Tarn::uint16* voxel = volume->getIterator();
+    std::uint32_t noise = 2025u;
+    const double inkDepth = static_cast<double>(builtinCylinderWritingDepth);
+    for (SizeType t = 0; t < cylinder::sizeTert; ++t)
+        for (SizeType s = 0; s < cylinder::sizeSec; ++s)
+            for (SizeType p = 0; p < cylinder::sizePrim; ++p) {
+                noise = noise * 1664525u + 1013904223u;
+                const int jitter = static_cast<int>(noise >> 26) - 32; // -32 .. 31
+                const double across = static_cast<double>(p) - cylinder::axisPrim;
+                const double up = cylinder::axisTert - static_cast<double>(t);
+                const double fromAxis = std::sqrt(across * across + up * up);
+                const double depth = cylinder::radius - fromAxis; // along the normal, which points at the axis
+                int value = 0;
+                if (up > 0.0 && depth >= 0.0 && depth < cylinder::thickness) {
+                    // The letters are laid out over the surface points, where the normal through this
+                    // voxel leaves the surface: unrolled along the normals they stand upright.
+                    const double surfacePrim = cylinder::axisPrim + across * cylinder::radius / fromAxis;
+                    const SizeType footprint = static_cast<SizeType>(std::lround(surfacePrim));
+                    const bool ink = std::abs(depth - inkDepth) < cylinder::inkThickness / 2.0 &&
+                                     underCylinderWriting(footprint, s);
+                    value = (ink ? writingValue : sheetValue) + jitter;
+                }
+                *voxel++ = static_cast<Tarn::uint16>(value);
+            }
+    return volume;
 }
 
 } // namespace LumoTool

@@ -1,6 +1,7 @@
 // lumo: the library's first host. It runs the operators on a built-in volume and prints what a
 // user wants to read. Exit codes: 0 success, 1 a failure reported by the library, 2 bad usage.
 #include "BuiltinVolume.h"
+#include "DirectionalDemo.h"
 #include "PngImage.h"
 #include "VolumeFiles.h"
 
@@ -40,7 +41,7 @@ void printHelp(std::ostream& out)
     out << "usage: lumo <command> [arguments]\n"
            "\n"
            "commands:\n"
-           "  demo [--out DIR]            flatten the built-in bent sheet and write three PNG images\n"
+           "  demo [--out DIR]            flatten the built-in bent sheet and write four PNG images\n"
            "                              to DIR (default: lumo-demo); report what the operators give\n"
            "  sum <volume> [--roi R]      sum of the voxels of the volume's view\n"
            "  statistics <volume> [--roi R]\n"
@@ -523,6 +524,7 @@ int demo(const Options& options)
     }
     std::printf("   %s: slice %llu, where the writing lies; LUMO is readable, dark on bright\n",
                 flatPath.c_str(), static_cast<unsigned long long>(LumoTool::builtinWritingDepth));
+    LumoTool::writeDirectionalDemo(options.out);
 
     std::printf("\nWhat a host sees when it forgets the volume:\n");
     SmartPointer<Tarn::Lumo_DLL::ISumOfVoxels::Parameter> empty(new Tarn::Lumo_DLL::ISumOfVoxels::Parameter);
