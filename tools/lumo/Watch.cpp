@@ -110,9 +110,13 @@ void runWatched(Tarn::Kito::IOperator& operation, const Tarn::Kito::SmartPointer
     finish();
     if (!stopAsked()) return;
     const double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
+    // Operators that never look at their stop flag run to their end: the stop then comes after them.
+    const double reached = operation.getProgress().getProgress();
     char where[160];
-    std::snprintf(where, sizeof where, "%s stopped at %.0f%% after %s", what.c_str(),
-                  100.0 * operation.getProgress().getProgress(), seconds(elapsed).c_str());
+    if (reached >= 1.0)
+        std::snprintf(where, sizeof where, "stopped after %s (%s), which runs to its end", what.c_str(), seconds(elapsed).c_str());
+    else
+        std::snprintf(where, sizeof where, "%s stopped at %.0f%% after %s", what.c_str(), 100.0 * reached, seconds(elapsed).c_str());
     throw Stopped(where);
 }
 
