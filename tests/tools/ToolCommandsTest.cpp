@@ -518,9 +518,10 @@ pid_t start(const std::vector<std::string>& arguments, int& output, const std::s
 
 TEST_F(ToolCommands, SIGINTStopsALongRunWithoutAResult)
 {
-    // 1024 x 1024 x 256 bytes of zeros, a sparse file that costs no disk; the median filter along sec
-    // looks at its stop flag after every slice.
-    const std::string raw = file("large.raw"), out = file("median.rek"), errors = file("errors.txt");
+    // 1024 x 1024 x 256 bytes of zeros, a sparse file that costs no disk. The copy is quick; the
+    // statistics of its 2^28 voxels, which come before the REK file is written, take about a second
+    // and look at their stop flag after every slice.
+    const std::string raw = file("large.raw"), out = file("copy.rek"), errors = file("errors.txt");
     {
         const int fd = ::open(raw.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         ASSERT_GE(fd, 0);
@@ -528,16 +529,17 @@ TEST_F(ToolCommands, SIGINTStopsALongRunWithoutAResult)
         ::close(fd);
     }
     int output = -1;
-    const pid_t child = start({"project-median", raw, "--raw-type", "uint8", "--extent", "1024,1024,256", "--direction", "1",
-                               "--rek", out},
-                              output, errors);
+    const pid_t child =
+        start({"copy", raw, "--raw-type", "uint8", "--extent", "1024,1024,256", "--rek", out}, output, errors);
     ASSERT_GT(child, 0);
-    // The tool describes its volume once it has read it, just before the operator starts.
+    // The tool describes its volume once it has read it, just before the operators start.
     std::string said;
     char c;
     while (said.find('\n') == std::string::npos && ::read(output, &c, 1) == 1) said += c;
     EXPECT_EQ(said, raw + ": 1024 x 1024 x 256 Tarn::uint8\n");
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    // A quarter of a second on the copy is done and the statistics are under way; the tool's
+    // watcher passes the stop on at its next look, a tenth of a second later at most.
+    std::this_thread::sleep_for(std::chrono::milliseconds(250));
     ::kill(child, SIGINT);
     int status = 0;
     ::waitpid(child, &status, 0);
@@ -545,9 +547,19 @@ TEST_F(ToolCommands, SIGINTStopsALongRunWithoutAResult)
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 130);
     const std::string message = ToolTest::contentOf(errors);
-    EXPECT_EQ(message.rfind("lumo: project-median stopped at ", 0), 0u) << message;
-    EXPECT_NE(message.find("%"), std::string::npos) << message;
-    EXPECT_EQ(message.substr(message.size() - std::string("; no result written\n").size()), "; no result written\n") << message;
+    const std::string ending = "; no result written\n";
+    ASSERT_GT(message.size(), ending.size()) << message;
+    EXPECT_EQ(message.substr(message.size() - ending.size()), ending) << message;
+    // Where it stopped: in the statistics at less than all of them; on a machine so busy that the
+    // copy was still running, in the copy, or just after it.
+    unsigned reached = 100;
+    char after[64] = "";
+    const bool inStatistics =
+        std::sscanf(message.c_str(), "lumo: statistics stopped at %u%% after %63[^;]", &reached, after) == 2;
+    const bool inCopy = std::sscanf(message.c_str(), "lumo: copy stopped at %u%% after %63[^;]", &reached, after) == 2;
+    const bool afterCopy = message.rfind("lumo: stopped after copy (", 0) == 0;
+    EXPECT_TRUE(inStatistics || inCopy || afterCopy) << message;
+    if (inStatistics || inCopy) EXPECT_LT(reached, 100u) << message;
     EXPECT_FALSE(std::filesystem::exists(out));
 }
 

@@ -29,6 +29,7 @@
 #include <stdexcept>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -71,11 +72,10 @@ struct Options {
     SizeType index = 0, count = 0;
     std::string heightMap, normalsX, normalsY, normalsZ;
     float voxelSizeXY = 1.0f, voxelSizeZ = 1.0f;
-    std::vector<std::string> files;
     bool json = false;
     bool quiet = false;
 
-    LumoTool::FileOptions files_;
+    LumoTool::FileOptions inputFiles;
     /// The command has --slice: its PNG shows slice K of a 3-D result.
     bool pngOfSlice = false;
     bool hasRegion = false;
@@ -270,17 +270,23 @@ template <class P> std::string statisticsText(const P& p)
     return text;
 }
 
-Json printStatistics(const VolumeHandle& volume, const std::string& indent)
+/// The statistics of a view: the line a reader sees, and the same as JSON.
+std::pair<std::string, Json> statisticsOf(const VolumeHandle& volume)
 {
     using Parameter = Tarn::Lumo_DLL::IStatisticsFromVolume::Parameter;
     SmartPointer<Parameter> p(new Parameter);
     p->inputVolume.setValue(volume);
     Tarn::Lumo_DLL::IStatisticsFromVolume::IOperator facade;
     run(facade, p, "statistics");
-    say("%s%s\n", indent.c_str(), statisticsText(*p).c_str());
-    return statisticsJson(*p);
+    return {statisticsText(*p), statisticsJson(*p)};
 }
 
+Json printStatistics(const VolumeHandle& volume, const std::string& indent)
+{
+    const auto statistics = statisticsOf(volume);
+    say("%s%s\n", indent.c_str(), statistics.first.c_str());
+    return statistics.second;
+}
 
 /// The labels of a volume's view: a Tarn::uint8 volume in memory as it stands; any other volume is
 /// turned into one by the tool's own loop, each voxel's label its value divided by 256 and kept in
@@ -531,14 +537,16 @@ void report(const VolumeHandle& result, bool hideLargest = false)
 {
     if (!options.png.empty() && options.pngOfSlice && options.slice >= result->getDimTert())
         throw UsageError("--slice lies outside the result");
+    // The statistics come first: a stop while they run leaves no file behind.
+    const auto statistics = statisticsOf(result);
     if (!options.rek.empty()) {
         LumoTool::writeRek(options.rek, result);
         say("written to %s\n", options.rek.c_str());
         document["written"].push_back(options.rek);
     }
-    say("result: %s\n", describe(*result).c_str());
+    say("result: %s\n%s\n", describe(*result).c_str(), statistics.first.c_str());
     Json entry = volumeJson(*result);
-    entry["statistics"] = printStatistics(result, "");
+    entry["statistics"] = statistics.second;
     document["result"] = entry;
     if (!options.png.empty()) {
         if (options.pngOfSlice) result->setRoiToSlice(options.slice);
@@ -747,16 +755,16 @@ int identifiers()
 
 void sumCommand()
 {
-    const double sum = sumOf(input(options.volume, options.files_));
+    const double sum = sumOf(input(options.volume, options.inputFiles));
     say("sum %.17g\n", sum);
     document["sum"] = finite(sum);
 }
 
-void statisticsCommand() { document["statistics"] = printStatistics(input(options.volume, options.files_), ""); }
+void statisticsCommand() { document["statistics"] = printStatistics(input(options.volume, options.inputFiles), ""); }
 
 void labelStatisticsCommand()
 {
-    const VolumeHandle volume = input(options.volume, options.files_);
+    const VolumeHandle volume = input(options.volume, options.inputFiles);
     // The label volume gets the same region, so that the two views have the same extents.
     const VolumeHandle named = auxiliary(options.labels);
     if (options.hasRegion) named->setRoi(options.roi);
@@ -768,7 +776,7 @@ void labelStatisticsCommand()
 void countInRangeCommand()
 {
     const double minimum = parseNumber(options.minimum, "--min"), maximum = parseNumber(options.maximum, "--max");
-    const VolumeHandle volume = input(options.volume, options.files_);
+    const VolumeHandle volume = input(options.volume, options.inputFiles);
     const Tarn::uint64 count = countInRange(volume, minimum, maximum);
     const SizeType all = volume->getDimPrim() * volume->getDimSec() * volume->getDimTert();
     say("%llu of %llu voxels in [%g, %g] (%.3f%%)\n", static_cast<unsigned long long>(count),
@@ -781,7 +789,7 @@ void countInRangeCommand()
 
 void medianCommand()
 {
-    const std::string median = medianOf(input(options.volume, options.files_));
+    const std::string median = medianOf(input(options.volume, options.inputFiles));
     say("median %s\n", median.c_str());
     document["median"] = numberOf(median);
 }
@@ -789,7 +797,7 @@ void medianCommand()
 void areaCommand()
 {
     const VolumeHandle mesh = options.volume == "builtin" ? DynamicCast<VolumeHandle>(LumoTool::makeBuiltinMesh())
-                                                          : volumeNamed(options.volume, options.files_);
+                                                          : volumeNamed(options.volume, options.inputFiles);
     const double area = areaOf(mesh, options.voxelSize);
     say("%s: %llu triangles, voxel size %g um\narea %.17g um^2\n", options.volume.c_str(),
         static_cast<unsigned long long>(mesh->getDimPrim() / 3), options.voxelSize, area);
@@ -800,13 +808,13 @@ void areaCommand()
 
 template <class Facade> void projectCommand(const std::string& name, const std::string& type)
 {
-    report(project<Facade>(input(options.volume, options.files_), options.direction, type, name));
+    report(project<Facade>(input(options.volume, options.inputFiles), options.direction, type, name));
 }
 
 void projectMedianCommand()
 {
     const VolumeHandle filtered =
-        project<Tarn::Lumo_DLL::IProjectionMedian>(input(options.volume, options.files_), options.direction, "", "project-median");
+        project<Tarn::Lumo_DLL::IProjectionMedian>(input(options.volume, options.inputFiles), options.direction, "", "project-median");
     say("filtered: %s\n", describe(*filtered).c_str());
     report(medianPlaneOf(filtered, options.direction));
 }
@@ -814,18 +822,18 @@ void projectMedianCommand()
 void heightMapCommand()
 {
     const Tarn::uint64 direction = options.hasDirection ? options.direction : 2;
-    report(heightMapOf(input(options.volume, options.files_), direction, options.type.empty() ? "uint16" : options.type), true);
+    report(heightMapOf(input(options.volume, options.inputFiles), direction, options.type.empty() ? "uint16" : options.type), true);
 }
 
 void flattenCommand()
 {
-    const VolumeHandle volume = input(options.volume, options.files_);
+    const VolumeHandle volume = input(options.volume, options.inputFiles);
     reportSliceOf(flatten(volume, heightMapOf(volume, 2, "uint16"), options.threads), "flattened");
 }
 
 void flattenNormalsCommand()
 {
-    const VolumeHandle volume = input(options.volume, options.files_);
+    const VolumeHandle volume = input(options.volume, options.inputFiles);
     const VolumeHandle heights = options.heightMap.empty() ? heightMapOf(volume, 2, "uint16") : auxiliary(options.heightMap);
     const VolumeHandle x = auxiliary(options.normalsX), y = auxiliary(options.normalsY), z = auxiliary(options.normalsZ);
     say("height map: %s, normals: %s\n", describe(*heights).c_str(), describe(*x).c_str());
@@ -834,30 +842,30 @@ void flattenNormalsCommand()
 
 void concatCommand()
 {
-    const VolumeHandle first = input(options.volumes[0], options.files_), second = input(options.volumes[1], options.files_);
+    const VolumeHandle first = input(options.volumes[0], options.inputFiles), second = input(options.volumes[1], options.inputFiles);
     reportSliceOf(concatOf(first, second, options.face), "joined");
 }
 
 void duplicateSliceCommand()
 {
-    const VolumeHandle volume = input(options.volume, options.files_);
+    const VolumeHandle volume = input(options.volume, options.inputFiles);
     reportSliceOf(duplicateSliceOf(volume, options.plane, options.index, options.count), "repeated");
 }
 
-void copyCommand() { report(copyOf(input(options.volume, options.files_))); }
-void windowCommand() { report(windowOf(input(options.volume, options.files_))); }
-void lutCommand() { report(lookUp(input(options.volume, options.files_))); }
-void convertCommand() { report(convertTo(input(options.volume, options.files_))); }
+void copyCommand() { report(copyOf(input(options.volume, options.inputFiles))); }
+void windowCommand() { report(windowOf(input(options.volume, options.inputFiles))); }
+void lutCommand() { report(lookUp(input(options.volume, options.inputFiles))); }
+void convertCommand() { report(convertTo(input(options.volume, options.inputFiles))); }
 
 void readRawCommand()
 {
-    if (!options.files_.raw) throw UsageError("read-raw needs --raw-type and --extent");
-    report(input(options.volume, options.files_));
+    if (!options.inputFiles.raw) throw UsageError("read-raw needs --raw-type and --extent");
+    report(input(options.volume, options.inputFiles));
 }
 
 void sliceCommand()
 {
-    const VolumeHandle volume = input(options.volume, options.files_);
+    const VolumeHandle volume = input(options.volume, options.inputFiles);
     volume->setRoi(planeRegion(*volume, options.plane, options.index));
     say("%s slice %llu: ", options.plane.c_str(), static_cast<unsigned long long>(options.index));
     document["plane"] = options.plane;
@@ -1102,7 +1110,7 @@ private:
 /// What the parser cannot check itself: the values that need each other or a parser of our own.
 void checkOptions(CLI::App& sub)
 {
-    options.files_ = LumoTool::fileOptionsOf(options.rawType, options.extent, options.skip, options.rek);
+    options.inputFiles = LumoTool::fileOptionsOf(options.rawType, options.extent, options.skip, options.rek);
     if (!options.region.empty()) {
         options.hasRegion = true;
         options.roi = parseRegion(options.region);
