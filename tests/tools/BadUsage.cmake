@@ -1,10 +1,10 @@
-# Bad usage ends the program with exit code 2 and says what was wrong, then the help text.
+# Bad usage ends the program with exit code 2 and says what was wrong and where the help is.
 execute_process(COMMAND ${LUMO} project-max builtin --direction RESULT_VARIABLE result ERROR_VARIABLE errors
                 OUTPUT_QUIET)
 if(NOT result EQUAL 2)
   message(FATAL_ERROR "expected exit code 2, got ${result}: ${errors}")
 endif()
-string(FIND "${errors}" "lumo: unexpected argument '--direction'\n\nusage: lumo <command> [arguments]\n" at)
+string(FIND "${errors}" "lumo: --direction: 1 required D missing\nRun 'lumo project-max --help' for more.\n" at)
 if(NOT at EQUAL 0)
   message(FATAL_ERROR "unexpected text on stderr:\n${errors}")
 endif()

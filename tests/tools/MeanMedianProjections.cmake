@@ -53,4 +53,4 @@ expect_text("lumo: Tarn::Lumo::ProjectionMean::Operator::apply: Invalid directio
 run_lumo(1 output project-mean builtin --type int16)
 expect_text("No creationMethod for the identifier Tarn::Lumo::ProjectionMean::Operator< Tarn::Kito::Volume< Tarn::uint16 , Tarn::Kito::Allocator::SingleBlockAllocator > , Tarn::Kito::Volume< Tarn::int16 , Tarn::Kito::Allocator::SingleBlockAllocator > > is registered" "${output}")
 run_lumo(2 output project-median builtin --type float32)
-expect_text("unexpected argument '--type'" "${output}")
+expect_text("The following arguments were not expected: float32 --type" "${output}")

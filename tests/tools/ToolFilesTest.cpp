@@ -1,15 +1,14 @@
 // The lumo tool on files that the test writes: REK files, raw files, and the REK files it writes
 // itself. Each test runs the built program as a user types its command and reads what it prints.
 #include "../files/FileTestSupport.h"
+#include "ToolRun.h"
 
 #include <Kito/Persistence/VolumeFileInputOutput/RecHeaderFileInputOutput/Loader/Operator>
 #include <support/RandomVolume.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
 
 namespace {
@@ -19,27 +18,9 @@ using FileTest::operator+;
 using Tarn::Kito::DynamicCast;
 using Tarn::Kito::SizeType;
 using Tarn::Kito::SmartPointer;
-
-/// What the tool printed, and its exit code.
-struct ToolRun {
-    std::string out;
-    int code = -1;
-};
-
-/// The tool's standard output, or with redirect "2>&1 1>/dev/null" its error output.
-ToolRun lumo(const std::string& arguments, const char* redirect = "2>/dev/null")
-{
-    ToolRun run;
-    std::FILE* pipe = ::popen((std::string(LUMO_TOOL) + " " + arguments + " " + redirect).c_str(), "r");
-    if (pipe == nullptr) return run;
-    char buffer[4096];
-    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) run.out.append(buffer, n);
-    const int status = ::pclose(pipe);
-    run.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
-}
-
-ToolRun lumoErrors(const std::string& arguments) { return lumo(arguments, "2>&1 1>/dev/null"); }
+using ToolTest::lumo;
+using ToolTest::lumoErrors;
+using ToolTest::ToolRun;
 
 /// 2, 4, 4, 4 in the first slice, 5, 5, 7, 9 in the second: mean 5, sample variance 32 / 7.
 const std::vector<Tarn::uint8> voxels = {2, 4, 4, 4, 5, 5, 7, 9};

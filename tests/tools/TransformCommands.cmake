@@ -28,7 +28,7 @@ endif()
 run_lumo(2 window builtin --min 1.5 --max 3 --background 0)
 expect_text("lumo: --min takes a value of the volume's voxel type\n" "${errors}")
 run_lumo(2 window builtin --min 1 --max 3)
-expect_text("lumo: window takes --min, --max and --background\n" "${errors}")
+expect_text("lumo: --background is required\n" "${errors}")
 
 # Keys the file does not name map to 0, so the mapped volume holds 0 and the two values only.
 file(WRITE ${OUT}/table.txt "# grey value to density\n0 0\n400 1.25\n1000 2.5\n")

@@ -1,5 +1,7 @@
 #include "VolumeFiles.h"
 
+#include "Watch.h"
+
 #include <AncillaryKitoOperators/RekTypeReader>
 #include <Kito/ClassFactory>
 #include <Kito/Persistence/RecHeader_V260>
@@ -98,7 +100,7 @@ SmartPointer<Tarn::Kito::IVolume> readRaw(const std::string& path, const FileOpt
     p->inputEndTert.setValue(options.extent.tert - 1);
     p->inputDataType.setValue(dataTypeOf(type));
     Facade::IOperator facade;
-    facade.apply(composite(p));
+    runWatched(facade, composite(p), "reading " + path);
     return p->outputVolume.getValue();
 }
 
@@ -128,7 +130,7 @@ SmartPointer<Tarn::Kito::IVolume> readRek(const std::string& path)
     using Parameter = Tarn::Kito::Persistence::VolumeFileInputOutput::Loader::Parameter;
     SmartPointer<Parameter> p(new Parameter);
     p->inputFileName.setValue(path);
-    loader->apply(composite(p));
+    runWatched(*loader, composite(p), "reading " + path);
     return p->modifyVolume.getValue();
 }
 
@@ -174,33 +176,22 @@ template <class... T> bool appendVoxelsOfAny(const SmartPointer<Tarn::Kito::IVol
 
 } // namespace
 
-FileOptions takeFileOptions(std::vector<std::string>& args, std::size_t from)
+FileOptions fileOptionsOf(const std::string& rawType, const std::string& extent, const std::string& skip,
+                          const std::string& rek)
 {
     FileOptions options;
-    std::vector<std::string> rest(args.begin(), args.begin() + static_cast<std::ptrdiff_t>(std::min(from, args.size())));
-    for (std::size_t i = from; i < args.size(); ++i) {
-        const std::string& name = args[i];
-        const bool ours = name == "--raw-type" || name == "--extent" || name == "--skip" || name == "--rek";
-        if (!ours || i + 1 >= args.size()) {
-            rest.push_back(name);
-            continue;
-        }
-        const std::string& value = args[++i];
-        if (name == "--raw-type") {
-            options.voxelType = value;
-        } else if (name == "--extent") {
-            options.raw = true;
-            options.extent = parseExtent(value);
-        } else if (name == "--skip") {
-            options.skip = parseSkip(value);
-            options.hasSkip = true;
-        } else {
-            options.rek = value;
-        }
+    options.voxelType = rawType;
+    options.rek = rek;
+    if (!extent.empty()) {
+        options.raw = true;
+        options.extent = parseExtent(extent);
+    }
+    if (!skip.empty()) {
+        options.skip = parseSkip(skip);
+        options.hasSkip = true;
     }
     if (!options.raw && (!options.voxelType.empty() || options.hasSkip))
         throw UsageError("--raw-type and --skip describe a raw file and need its --extent");
-    args = rest;
     return options;
 }
 
@@ -262,18 +253,6 @@ void writeRek(const std::string& path, const SmartPointer<Tarn::Kito::IVolume>& 
     if (!written) throw std::runtime_error("the volume is not held in memory");
     out.close();
     if (!out) throw std::runtime_error("cannot write " + path);
-}
-
-const char* fileHelp()
-{
-    return "\n"
-           "files:\n"
-           "  info <file>                 what the header of a REK file says: voxel type, extent, voxel\n"
-           "                              size, and which of its extent blocks fits the file\n"
-           "\n"
-           "<volume> may also be a REK file, or a raw file described by --raw-type T --extent P,S,T\n"
-           "[--skip N] (N bytes before the voxels, default 0). --rek FILE writes a command's volume\n"
-           "result as a REK file.\n";
 }
 
 } // namespace LumoTool

@@ -31,9 +31,10 @@ struct FileOptions {
     std::string rek;
 };
 
-/// Takes --raw-type T, --extent P,S,T, --skip N and --rek FILE out of args, from index from on,
-/// wherever they stand, and gives them; the other arguments stay for the command's own parsing.
-FileOptions takeFileOptions(std::vector<std::string>& args, std::size_t from);
+/// The file options from the texts of --raw-type T, --extent P,S,T, --skip N and --rek FILE, each
+/// empty when not given; bad values are usage failures.
+FileOptions fileOptionsOf(const std::string& rawType, const std::string& extent, const std::string& skip,
+                          const std::string& rek);
 
 /// The volume named: a REK file, or a raw file as options describe it. The voxel type of a REK
 /// file is what RekTypeReader finds, and the library's loader of that type reads it.
@@ -47,9 +48,6 @@ int printInfo(const std::string& path);
 /// extent in the reko block and, where all three fit 16 bits, in the image block too; then the
 /// voxels in view order.
 void writeRek(const std::string& path, const Tarn::Kito::SmartPointer<Tarn::Kito::IVolume>& volume);
-
-/// The lines of the help text about files.
-const char* fileHelp();
 
 } // namespace LumoTool
 
