@@ -7,6 +7,7 @@
 #include <Kito/Kito>
 #include <Kito/Persistence/VolumeFileInputOutput/RecHeaderFileInputOutput/Loader/Operator>
 #include <Lumo_MiscDispatcher_DLL/Lumo_MiscDispatcher_DLL.h>
+#include <LumoStudio/Operators/AverageImage/Operator.h>
 #include <support/RandomVolume.h>
 
 #include <gtest/gtest.h>
@@ -20,6 +21,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <list>
 #include <memory>
 #include <string>
 #include <sys/wait.h>
@@ -313,6 +315,43 @@ TEST_F(ToolCommands, AssemblyAndCopyAreTheFacades)
                                    file("copy.rek"));
 }
 
+TEST_F(ToolCommands, AverageOfThreeFilesIsTheOperatorsAndTheFacadeStillFails)
+{
+    // Three files that differ voxel by voxel: the first, the first doubled, and the first plus one.
+    const MemoryVolumePtr<Tarn::uint16> first = makeVolume(), second = makeVolume(), third = makeVolume();
+    for (SizeType t = 0; t < T; ++t)
+        for (SizeType s = 0; s < S; ++s)
+            for (SizeType p = 0; p < P; ++p) {
+                const Position<SizeType> at(p, s, t);
+                *second->getPosOffset(at) = static_cast<Tarn::uint16>(2 * *first->getPosOffset(at));
+                *third->getPosOffset(at) = static_cast<Tarn::uint16>(*first->getPosOffset(at) + 1);
+            }
+    writeRek(file("a.rek"), 16, first);
+    writeRek(file("b.rek"), 16, second);
+    writeRek(file("c.rek"), 16, third);
+    const std::vector<std::string> names = {file("a.rek"), file("b.rek"), file("c.rek")};
+    ASSERT_EQ(lumo("average " + names[0] + " " + names[1] + " " + names[2] + " --threads 2 --rek " + file("mean.rek")).code, 0);
+
+    using Parameter = Tarn::Lumo::ArithmeticOperators::AverageImage::Parameter;
+    const auto listed = [&] {
+        SmartPointer<Parameter> p(new Parameter);
+        p->inputFileList.setValue(Tarn::Kito::Container::ListPtr<std::string>(std::list<std::string>(names.begin(), names.end())));
+        return p;
+    };
+    const SmartPointer<Parameter> direct = listed();
+    Tarn::Lumo::ArithmeticOperators::AverageImage::Operator<MemoryVolumePtr<Tarn::uint16>> average;
+    average.apply(DynamicCast<SmartPointer<Tarn::Kito::Persistence::IComposite>>(direct));
+    expectSameVoxels<Tarn::uint16>(direct->outputVolume.getValue(), file("mean.rek"));
+    // (x + 2x + x + 1) / 3 rounded half up, by hand at one voxel.
+    const MemoryVolumePtr<Tarn::uint16> mean = loadRek<Tarn::uint16>(file("mean.rek"));
+    const double x = voxelAt(3, 2, 5);
+    EXPECT_EQ(*mean->getPosOffset(Position<SizeType>(3, 2, 5)), static_cast<Tarn::uint16>(std::floor((4 * x + 1) / 3 + 0.5)));
+
+    // The facade, as a host reaches it, still ends in the class factory.
+    Tarn::Lumo_DLL::IAverageImage::IOperator facade;
+    EXPECT_THROW(facade.apply(DynamicCast<SmartPointer<Tarn::Kito::Persistence::IComposite>>(listed())), std::invalid_argument);
+}
+
 TEST_F(ToolCommands, WindowLookupTableAndConversionAreTheFacades)
 {
     ASSERT_EQ(lumo("window " + rek() + " --min 200 --max 700 --background 7 --rek " + file("window.rek")).code, 0);
@@ -559,7 +598,9 @@ TEST_F(ToolCommands, SIGINTStopsALongRunWithoutAResult)
     const bool inCopy = std::sscanf(message.c_str(), "lumo: copy stopped at %u%% after %63[^;]", &reached, after) == 2;
     const bool afterCopy = message.rfind("lumo: stopped after copy (", 0) == 0;
     EXPECT_TRUE(inStatistics || inCopy || afterCopy) << message;
-    if (inStatistics || inCopy) EXPECT_LT(reached, 100u) << message;
+    if (inStatistics || inCopy) {
+        EXPECT_LT(reached, 100u) << message;
+    }
     EXPECT_FALSE(std::filesystem::exists(out));
 }
 

@@ -117,7 +117,7 @@ SmartPointer<Tarn::AncillaryKitoOperators::RekTypeReader::Parameter> typeOfRek(c
 
 SmartPointer<Tarn::Kito::IVolume> readRek(const std::string& path)
 {
-    const std::string type = typeOfRek(path)->outputVoxelType.getValue();
+    const std::string type = voxelTypeOfRek(path);
     // The loader instance of the file's type comes from the class factory, as for any host; a
     // type without a loader fails there with the identifier it looked for.
     const std::string identifier =
@@ -254,5 +254,7 @@ void writeRek(const std::string& path, const SmartPointer<Tarn::Kito::IVolume>& 
     out.close();
     if (!out) throw std::runtime_error("cannot write " + path);
 }
+
+std::string voxelTypeOfRek(const std::string& path) { return typeOfRek(path)->outputVoxelType.getValue(); }
 
 } // namespace LumoTool

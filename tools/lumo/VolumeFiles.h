@@ -40,6 +40,9 @@ FileOptions fileOptionsOf(const std::string& rawType, const std::string& extent,
 /// file is what RekTypeReader finds, and the library's loader of that type reads it.
 Tarn::Kito::SmartPointer<Tarn::Kito::IVolume> readVolumeFile(const std::string& path, const FileOptions& options);
 
+/// The voxel type that RekTypeReader finds in a REK file, as "Tarn::uint16".
+std::string voxelTypeOfRek(const std::string& path);
+
 /// `lumo info FILE`: prints what RekTypeReader finds in the file, and how each of the header's
 /// extents compares with the file.
 int printInfo(const std::string& path);

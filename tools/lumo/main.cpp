@@ -25,6 +25,7 @@
 #include <functional>
 #include <iostream>
 #include <limits>
+#include <list>
 #include <map>
 #include <sstream>
 #include <stdexcept>
@@ -704,6 +705,25 @@ VolumeHandle convertTo(const VolumeHandle& volume)
     return p->outputVolume.getValue();
 }
 
+// ---- the image average ---------------------------------------------------------------------------------
+
+/// The voxel-wise mean of REK files of one voxel type and extent. The facade IAverageImage asks the
+/// class factory for an identifier that no operator registers, so that its apply always fails;
+/// the tool asks for the operator of the first file's voxel type by the operator's own identifier.
+VolumeHandle averageOf(const std::vector<std::string>& files)
+{
+    using Parameter = Tarn::Lumo::ArithmeticOperators::AverageImage::Parameter;
+    SmartPointer<Parameter> p(new Parameter);
+    p->inputFileList.setValue(Tarn::Kito::Container::ListPtr<std::string>(std::list<std::string>(files.begin(), files.end())));
+    const std::string identifier = "Tarn::Lumo::ArithmeticOperators::AverageImage::Operator< Tarn::Kito::Volume< " +
+                                   LumoTool::voxelTypeOfRek(files.front()) +
+                                   " , Tarn::Kito::Allocator::SingleBlockAllocator > >";
+    const SmartPointer<Tarn::Kito::IOperator> average = DynamicCast<SmartPointer<Tarn::Kito::IOperator>>(
+        Tarn::Kito::Factory::DefaultClassFactory::instance().createInstance(identifier));
+    LumoTool::runWatched(*average, asComposite(p), "average");
+    return p->outputVolume.getValue();
+}
+
 // ---- volume assembly: concat, duplicate-slice ----------------------------------------------------------
 
 VolumeHandle concatOf(const VolumeHandle& first, const VolumeHandle& second, Tarn::uint64 face)
@@ -858,6 +878,8 @@ void copyCommand() { report(copyOf(input(options.volume, options.inputFiles))); 
 void windowCommand() { report(windowOf(input(options.volume, options.inputFiles))); }
 void lutCommand() { report(lookUp(input(options.volume, options.inputFiles))); }
 void convertCommand() { report(convertTo(input(options.volume, options.inputFiles))); }
+
+void averageCommand() { report(averageOf(options.volumes)); }
 
 void readRawCommand()
 {
@@ -1092,6 +1114,13 @@ private:
         sub->add_option("--type", options.type, "output type")->required()->type_name("T");
         sub->add_flag("--no-rounding", options.noRounding, "cut towards zero instead of rounding");
         sub->add_flag("--unchecked", options.unchecked, "let values that T cannot hold wrap");
+
+        sub = command("average",
+                      "the voxel-wise mean of REK files of one voxel type and extent, in that type (integers rounded "
+                      "half up); run by the operator itself, since the facade IAverageImage never reaches it",
+                      averageCommand);
+        sub->add_option("files", options.volumes, "the REK files")->required()->expected(1, 1 << 20);
+        json(sub), results(sub, true, true), threads(sub);
 
         sub = command("read-raw", "a raw file read into memory (IVolumeFromRawFileInput); with --rek it becomes a REK file",
                       readRawCommand);
