@@ -17,6 +17,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -103,15 +104,25 @@ template <class T> MemoryVolumePtr<T> smallVolume(std::mt19937_64& engine)
     return volume;
 }
 
-template <class Face, class Out> Apply projection(const char* name, std::mt19937_64& engine)
+/// The median writes one plane of an output of the input view's extent and leaves the rest as it
+/// finds it: the host hands in one of zeros there, so that the whole output is a result.
+template <class T> MemoryVolumePtr<T> zeros(const Dimension<SizeType>& extent)
+{
+    MemoryVolumePtr<T> volume(new MemoryVolume<T>(extent));
+    T* voxels = volume->getPosOffset(Position<SizeType>(0, 0, 0));
+    std::fill(voxels, voxels + extent.size(), T(0));
+    return volume;
+}
+
+template <class Face, class Out> Apply projection(const char* name, std::mt19937_64& engine, bool viewSizedOutput = false)
 {
     const MemoryVolumePtr<Tarn::uint16> volume = smallVolume<Tarn::uint16>(engine);
     const Tarn::uint64 direction = engine() % 3;
-    return {name, [volume, direction] {
+    return {name, [volume, direction, viewSizedOutput] {
                 typename Face::IOperator op;
                 SmartPointer<typename Face::Parameter> p = TestSupport::parameterWithInput<typename Face::Parameter>(volume);
                 p->inputDirection.setValue(direction);
-                p->outputVolume.setValue(asVolume(oneVoxel<Out>()));
+                p->outputVolume.setValue(asVolume(viewSizedOutput ? zeros<Out>(volume->getDimension()) : oneVoxel<Out>()));
                 op.apply(asComposite(p));
                 return bytesOf<Out>(p->outputVolume.getValue());
             }};
@@ -129,6 +140,8 @@ template <class Source> Apply copyFromFile(const char* name, const VolumeFile& f
                 VolumePtr<Tarn::int16, Source> source(new Volume<Tarn::int16, Source>(file.path, file.size));
                 ICopy::IOperator op;
                 SmartPointer<ICopy::Parameter> p = TestSupport::parameterWithInput<ICopy::Parameter>(source);
+                // An output in memory chooses the instance that reads the file.
+                p->outputVolume.setValue(asVolume(oneVoxel<Tarn::int16>()));
                 op.apply(asComposite(p));
                 return bytesOf<Tarn::int16>(p->outputVolume.getValue());
             }};
@@ -167,7 +180,7 @@ Apply applyNumber(int i, std::mt19937_64& engine, const std::vector<VolumeFile>&
     case 2: return projection<IProjectionMax, Tarn::uint16>("IProjectionMax", engine);
     case 3: return projection<IProjectionSum, Tarn::float32>("IProjectionSum", engine);
     case 4: return projection<IProjectionMean, Tarn::float64>("IProjectionMean", engine);
-    case 5: return projection<IProjectionMedian, Tarn::uint16>("IProjectionMedian", engine);
+    case 5: return projection<IProjectionMedian, Tarn::uint16>("IProjectionMedian", engine, true);
     case 6: {
         const MemoryVolumePtr<Tarn::int16> volume = smallVolume<Tarn::int16>(engine);
         return {"ICopy", [volume] {
@@ -236,7 +249,7 @@ Apply applyNumber(int i, std::mt19937_64& engine, const std::vector<VolumeFile>&
                     op.apply(asComposite(p));
                     Bytes bytes = bytesOf<Tarn::uint16>(p->outputVolume.getValue());
                     if (direction != 2) return bytes;
-                    volume->setOrientation(before);
+                    // Flattened in the view the height map left, as a host does.
                     IOrthogonalPlanarisationOperator::IOperator flatten;
                     auto q = TestSupport::parameterWithInput<IOrthogonalPlanarisationOperator::Parameter>(volume);
                     q->inputHeightMapVolume.setValue(p->outputVolume.getValue());

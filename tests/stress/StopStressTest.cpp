@@ -442,7 +442,7 @@ TEST(StopStress, RangePassTransformation)
 /// A copy into the host's output, filled with 0: each slab copied up to a slice boundary.
 struct CopyCase {
     using Facade = ICopy::IOperator;
-    MemoryVolumePtr<Tarn::uint16> volume = turnedVolume<Tarn::uint16>(Dimension<SizeType>(384, 384, 256), 17, 1, 65535);
+    MemoryVolumePtr<Tarn::uint16> volume = turnedVolume<Tarn::uint16>(Dimension<SizeType>(256, 256, 192), 17, 1, 65535);
     std::vector<Tarn::uint16> complete = TestSupport::valuesInView(*volume);
     MemoryVolumePtr<Tarn::uint16> output = zeroVolume<Tarn::uint16>(volume->getDimension());
     SmartPointer<ICopy::Parameter> p;
@@ -465,7 +465,7 @@ struct CopyCase {
 TEST(StopStress, Copy)
 {
     CopyCase c;
-    stressParallel(c, "ICopy", 40, 104);
+    stressParallel(c, "ICopy", 30, 104);
 }
 
 /// A lookup table into the host's output: each slab converted up to a slice boundary.
@@ -562,6 +562,65 @@ TEST(StopStress, FrequencyOfValuesInsideRange)
     stressParallel(c, "IFrequencyOfValuesInsideRange", 30, 106);
 }
 
+/// The median along the view's sec (direction 1) writes one plane of an output of the view's
+/// extent, one row per tert slice, in a parallel walk over that plane: the host's output of zeros
+/// holds, slab by slab, the rows of the walked slices and zeros beyond.
+struct ProjectionMedianCase {
+    using Facade = IProjectionMedian::IOperator;
+    MemoryVolumePtr<Tarn::uint16> volume = turnedVolume<Tarn::uint16>(stored, 24, 1, 65535);
+    MemoryVolumePtr<Tarn::uint16> output = zeroVolume<Tarn::uint16>(volume->getDimension());
+    std::vector<Tarn::uint16> complete;
+    SmartPointer<IProjectionMedian::Parameter> p;
+
+    SizeType countTert() const { return volume->getDimTert(); }
+    void run(Facade& op)
+    {
+        std::fill(voxelsOf(*output), voxelsOf(*output) + volume->getDimension().size(), Tarn::uint16(0));
+        p = TestSupport::parameterWithInput<IProjectionMedian::Parameter>(volume);
+        p->inputDirection.setValue(1);
+        p->outputVolume.setValue(asVolume(output));
+        op.apply(asComposite(p));
+    }
+    bool expectSlabs(const std::vector<Slab>& slabs)
+    {
+        EXPECT_TRUE(outputOf<Tarn::uint16>(p->outputVolume.getValue()).get() == output.get()) << "the host's output was replaced";
+        if (complete.empty()) {
+            // The first run is not stopped: its output is the complete one, checked here against
+            // medians of the rays taken in the test, one row per slice, each a value of its ray.
+            complete.assign(voxelsOf(*output), voxelsOf(*output) + volume->getDimension().size());
+            expectMedians();
+        }
+        return expectSlabPrefixes(sliceStates(*output, complete), slabs, "IProjectionMedian");
+    }
+    void expectMedians()
+    {
+        const std::vector<Tarn::uint16> values = TestSupport::valuesInView(*volume);
+        const SizeType P = volume->getDimPrim(), S = volume->getDimSec(), T = volume->getDimTert();
+        SizeType rows = 0, wrong = 0;
+        for (SizeType s = 0; s < S; ++s) {
+            bool written = false;
+            for (SizeType p = 0; p < P && !written; ++p) written = complete[(0 * S + s) * P + p] != 0;
+            if (!written) continue;
+            ++rows;
+            for (SizeType t = 0; t < T; ++t)
+                for (SizeType p = 0; p < P; ++p) {
+                    std::vector<Tarn::uint16> ray;
+                    for (SizeType q = 0; q < S; ++q) ray.push_back(values[(t * S + q) * P + p]);
+                    std::nth_element(ray.begin(), ray.begin() + (S - 1) / 2, ray.end());
+                    wrong += complete[(t * S + s) * P + p] != ray[(S - 1) / 2];
+                }
+        }
+        EXPECT_EQ(rows, 1u) << "the median writes one plane";
+        EXPECT_EQ(wrong, 0u) << "medians differ from those of the rays";
+    }
+};
+
+TEST(StopStress, ProjectionMedian)
+{
+    ProjectionMedianCase c;
+    stressParallel(c, "IProjectionMedian", 30, 110);
+}
+
 // ---- the operators that never stop ----------------------------------------------------------------------
 
 /// Runs a case once without a stop, then tries times with a stop at a random moment, and expects
@@ -595,11 +654,11 @@ template <class T> std::vector<unsigned char> bytesOf(const MemoryVolumePtr<T>& 
 }
 
 /// A surface: above a random height per column nothing (0, the background), below it material.
-MemoryVolumePtr<Tarn::uint16> surfaceVolume(const Dimension<SizeType>& size, std::uint64_t seed)
+MemoryVolumePtr<Tarn::uint16> surfaceVolume(const Dimension<SizeType>& size, std::uint64_t seed, SizeType shallowest = 0)
 {
     MemoryVolumePtr<Tarn::uint16> volume(new MemoryVolume<Tarn::uint16>(size));
     std::mt19937_64 engine(seed);
-    std::uniform_int_distribution<SizeType> height(0, size.tert - 1);
+    std::uniform_int_distribution<SizeType> height(shallowest, size.tert - 1);
     std::uniform_int_distribution<int> material(1, 65535);
     std::vector<SizeType> heights(size.prim * size.sec);
     for (SizeType& h : heights) h = height(engine);
@@ -612,7 +671,8 @@ MemoryVolumePtr<Tarn::uint16> surfaceVolume(const Dimension<SizeType>& size, std
 
 struct HeightMapCase {
     using Facade = IHeightMap::IOperator;
-    MemoryVolumePtr<Tarn::uint16> volume = surfaceVolume(Dimension<SizeType>(256, 256, 384), 21);
+    // Surfaces deep down, searched along tert: the search reads most of the volume.
+    MemoryVolumePtr<Tarn::uint16> volume = surfaceVolume(Dimension<SizeType>(512, 512, 256), 21, 128);
     SmartPointer<IHeightMap::Parameter> p;
 
     void run(Facade& op)
@@ -620,7 +680,7 @@ struct HeightMapCase {
         // The height map leaves its input turned: each run starts from storage order.
         volume->setOrientation(storageOrder);
         p = TestSupport::parameterWithInput<IHeightMap::Parameter>(volume);
-        p->inputDirection.setValue(0);
+        p->inputDirection.setValue(2);
         p->outputVolume.setValue(asVolume(MemoryVolumePtr<Tarn::uint16>(new MemoryVolume<Tarn::uint16>(Dimension<SizeType>(1, 1, 1)))));
         op.apply(asComposite(p));
     }
@@ -635,7 +695,7 @@ TEST(StopStress, HeightMapNeverStops)
 
 struct PlanarisationCase {
     using Facade = IOrthogonalPlanarisationOperator::IOperator;
-    MemoryVolumePtr<Tarn::uint16> volume = surfaceVolume(Dimension<SizeType>(384, 384, 256), 22);
+    MemoryVolumePtr<Tarn::uint16> volume = surfaceVolume(Dimension<SizeType>(256, 256, 192), 22);
     MemoryVolumePtr<Tarn::uint16> heights;
     SmartPointer<IOrthogonalPlanarisationOperator::Parameter> p;
 
@@ -661,7 +721,7 @@ struct PlanarisationCase {
 TEST(StopStress, OrthogonalPlanarisationNeverStops)
 {
     PlanarisationCase c;
-    stressNeverStopping(c, "IOrthogonalPlanarisationOperator", 20, 108);
+    stressNeverStopping(c, "IOrthogonalPlanarisationOperator", 12, 108);
 }
 
 struct TriangleAreasCase {
@@ -671,7 +731,7 @@ struct TriangleAreasCase {
 
     TriangleAreasCase()
     {
-        const SizeType triangles = 1 << 21;
+        const SizeType triangles = 1 << 20;
         table = MemoryVolumePtr<Tarn::float64>(new MemoryVolume<Tarn::float64>(Dimension<SizeType>(3 * triangles, 3, 1)));
         std::mt19937_64 engine(23);
         std::uniform_real_distribution<double> coordinate(-1000.0, 1000.0);
@@ -699,7 +759,7 @@ struct TriangleAreasCase {
 TEST(StopStress, SumOfTriangleAreasNeverStops)
 {
     TriangleAreasCase c;
-    stressNeverStopping(c, "ISumOfTriangleAreas", 20, 109);
+    stressNeverStopping(c, "ISumOfTriangleAreas", 12, 109);
 }
 
 } // namespace
