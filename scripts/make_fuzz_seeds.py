@@ -82,7 +82,7 @@ def parameter_scripts():
             body += bytes([1, 1, 1, 4, 3, 1, 1, 2, 3, 9])                 # second key: a uint16 3, then a float
             body += bytes([0, 1, 2, 8, 1, 2])                             # third key: a uint64 2
             body += bytes([0, 1, 3, 3, 3, 5])                             # fourth key: an int16 5
-            for facade in range(19):
+            for facade in range(17):
                 scripts['t%d-v%d-f%d' % (target, kind, facade)] = bytes([target]) + body + bytes([5, facade])
     scripts['keys'] = bytes([3, 2, 0, 5, 65, 66, 67, 68, 69, 3, 255, 3, 0, 4, 6, 7, 9])
     return scripts
