@@ -86,11 +86,12 @@ template <class F> double millisecondsOf(F&& f)
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// The sanitizer builds run several times slower: fewer tries there keep the program's time.
+/// The sanitizer builds run several times slower: fewer tries there keep the program's time, but
+/// enough that some of them stop a run.
 inline int triesFor(int tries)
 {
 #ifdef LUMO_SANITIZER_ALLOCATOR
-    return tries / 6 > 2 ? tries / 6 : 2;
+    return tries / 5 > 6 ? tries / 5 : 6;
 #else
     return tries;
 #endif
