@@ -64,6 +64,30 @@ def raw_parameters():
     return {name: b''.join(struct.pack('<Q', v) for v in row) for name, row in rows.items()}
 
 
+def parameter_scripts():
+    """Scripts for ParameterFuzz: a first byte choosing a parameter class or container, then calls.
+    A call is a byte (0, 1 setValue; 2 getValue; 3 getKey; 4 getType; 5 apply; 6 go down into the
+    value read last; 7 a new object), a key (a byte 1 to 3 and an index among the object's keys, or
+    0 and a text of a length byte) and for setValue a value (a kind byte: 12 to 21 small volumes of
+    the ten voxel types, with three extents below 7 and their voxels; 1 to 11 data; 0 NULL)."""
+    def volume(kind, extent, size):
+        count = extent[0] * extent[1] * extent[2]
+        return bytes([kind, *extent]) + bytes((7 * i + 3) % 256 for i in range(count * size))
+
+    sizes = {12: 1, 13: 1, 14: 2, 15: 2, 16: 4, 17: 4, 18: 8, 19: 8, 20: 4, 21: 8}
+    scripts = {}
+    for target in range(0, 120, 20):
+        for kind, size in sizes.items():
+            body = bytes([0, 1, 0]) + volume(kind, (3, 2, 4), size)       # first key: a volume
+            body += bytes([1, 1, 1, 4, 3, 1, 1, 2, 3, 9])                 # second key: a uint16 3, then a float
+            body += bytes([0, 1, 2, 8, 1, 2])                             # third key: a uint64 2
+            body += bytes([0, 1, 3, 3, 3, 5])                             # fourth key: an int16 5
+            for facade in range(17):
+                scripts['t%d-v%d-f%d' % (target, kind, facade)] = bytes([target]) + body + bytes([5, facade])
+    scripts['keys'] = bytes([3, 2, 0, 5, 65, 66, 67, 68, 69, 3, 255, 3, 0, 4, 6, 7, 9])
+    return scripts
+
+
 def main():
     if len(sys.argv) != 2:
         sys.exit('usage: make_fuzz_seeds.py DIR')
@@ -77,6 +101,7 @@ def main():
                                      for suffix, first in (('', 1), ('-raw', 0), ('-region', 5), ('-turned', 13))]),
         'FileNameFuzz': file_names(),
         'RawInputFuzz': raw_parameters(),
+        'ParameterFuzz': parameter_scripts(),
     }
     for target, seeds in corpora.items():
         directory = os.path.join(out, target)
