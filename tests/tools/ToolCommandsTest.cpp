@@ -178,6 +178,15 @@ TEST_F(ToolCommands, LabelStatisticsAsJsonAreTheFacades)
             for (SizeType p = 0; p < P; ++p) *labels->getPosOffset(Position<SizeType>(p, s, t)) = static_cast<Tarn::uint8>(p / 4 + 1);
     writeRek(file("labels.rek"), 8, labels);
     const json result = jsonOf("label-statistics " + rek() + " --labels " + file("labels.rek"));
+    // The same labels as a raw file after 16 bytes of header, and the first volume as raw as well.
+    FileTest::writeFile(file("labels.raw"), FileTest::Bytes(16, 'x') + bytesOf(FileTest::storageVoxels(labels)));
+    FileTest::writeFile(file("volume.raw"), bytesOf(FileTest::storageVoxels(makeVolume())));
+    const json fromRaw = jsonOf("label-statistics " + file("volume.raw") + " --raw-type uint16 --extent 12,10,8 --labels raw:uint8:12,10,8:16:" +
+                                file("labels.raw"));
+    EXPECT_EQ(fromRaw["labels"].dump(), result["labels"].dump());
+    const ToolRun badRaw = lumoErrors("label-statistics " + rek() + " --labels raw:uint8:" + file("labels.raw"));
+    EXPECT_EQ(badRaw.code, 2) << badRaw.out;
+    EXPECT_NE(badRaw.out.find("a raw second volume is written raw:T:P,S,T[:N]:FILE, not raw:uint8:"), std::string::npos) << badRaw.out;
     const auto l = applied<Tarn::Lumo_DLL::IStatisticsFromVolumeOfMultipleLabels>([&](auto& p) {
         p.inputVolume.setValue(volume());
         p.inputLabelVolume.setValue(DynamicCast<VolumeHandle>(labels));

@@ -192,8 +192,31 @@ VolumeHandle input(const std::string& name, const LumoTool::FileOptions& files)
     return volume;
 }
 
-/// A second volume of a command (labels, height map, normals): 'builtin' or a REK file.
-VolumeHandle auxiliary(const std::string& name) { return volumeNamed(name, LumoTool::FileOptions()); }
+/// A second volume of a command (labels, height map, normals): 'builtin', a REK file, or a raw
+/// file written raw:T:P,S,T[:N]:FILE, since the command's own --raw-type, --extent and --skip
+/// describe its first volume. The path comes last and may hold colons of its own.
+VolumeHandle auxiliary(const std::string& name)
+{
+    const std::string prefix = "raw:";
+    if (name.rfind(prefix, 0) != 0) return volumeNamed(name, LumoTool::FileOptions());
+    std::vector<std::string> fields;
+    std::string rest = name.substr(prefix.size());
+    for (int i = 0; i < 3; ++i) {
+        const std::string::size_type colon = rest.find(':');
+        if (colon == std::string::npos) break;
+        fields.push_back(rest.substr(0, colon));
+        rest = rest.substr(colon + 1);
+    }
+    // A third field of digits is the skip; anything else belongs to the path.
+    if (fields.size() == 3 && (fields[2].empty() || fields[2].find_first_not_of("0123456789") != std::string::npos)) {
+        rest = fields[2] + ":" + rest;
+        fields.pop_back();
+    }
+    if (fields.size() < 2 || rest.empty())
+        throw UsageError("a raw second volume is written raw:T:P,S,T[:N]:FILE, not " + name);
+    const std::string skip = fields.size() == 3 ? fields[2] : std::string();
+    return volumeNamed(rest, LumoTool::fileOptionsOf(fields[0], fields[1], skip, std::string()));
+}
 
 template <class T> using InMemory = Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocator::SingleBlockAllocator>;
 
@@ -904,7 +927,8 @@ const char* volumeHelp =
     "A volume is a REK file, a raw file described by --raw-type T --extent P,S,T [--skip N] (N bytes\n"
     "before the voxels, default 0), or 'builtin', the demo's own volume (192 x 128 x 72 Tarn::uint16,\n"
     "a bent sheet with writing inside). Second volumes (--labels, --height-map, --normals-*) are REK\n"
-    "files or 'builtin'. R is a region of the view as prim,sec,tert,sizePrim,sizeSec,sizeTert. T is a\n"
+    "files, 'builtin', or raw files written raw:T:P,S,T[:N]:FILE. R is a region of the view as\n"
+    "prim,sec,tert,sizePrim,sizeSec,sizeTert. T is a\n"
     "voxel type: int8, uint8, int16, uint16, int32, uint32, float32 or float64.\n"
     "Exit codes: 0 success, 1 a failure the library reports, 2 bad usage, 130 stopped by Ctrl-C.";
 
@@ -1008,7 +1032,7 @@ private:
                       "that is not uint8 gives each voxel its value / 256 as label",
                       labelStatisticsCommand);
         volumeArgument(sub), volumeOptions(sub), json(sub);
-        sub->add_option("--labels", options.labels, "the label volume: a REK file or 'builtin'")->required()->type_name("VOLUME");
+        sub->add_option("--labels", options.labels, "the label volume: a REK file, 'builtin' or raw:T:P,S,T[:N]:FILE")->required()->type_name("VOLUME");
 
         sub = command("count-in-range",
                       "number of voxels with A <= value <= B (IFrequencyOfValuesInsideRange), the bounds taken to the "
