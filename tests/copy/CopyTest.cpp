@@ -257,6 +257,34 @@ TEST(Copy, IntoARegionOfAnExistingOutputByLines)
     EXPECT_EQ(output->getValueAt(Position<SizeType>(1, 2, 1)), 0);
 }
 
+TEST(Copy, BetweenRegionsThatCutTertAloneBySlices)
+{
+    // Whole slices of the source, slices 1 to 3, into slices 2 to 4 of a taller output, as a join
+    // along tert places its parts; the slices around them stay.
+    const MemoryVolumePtr<Tarn::uint16> source = TestSupport::makeIndexVolume<Tarn::uint16>(Dimension<SizeType>(5, 4, 5));
+    source->setRoi(RegionOfInterest<SizeType>(Dimension<SizeType>(5, 4, 3), Position<SizeType>(0, 0, 1)));
+    const MemoryVolumePtr<Tarn::uint16> output(new MemoryVolume<Tarn::uint16>(Dimension<SizeType>(5, 4, 6)));
+    output->fill(9999);
+    output->setRoi(RegionOfInterest<SizeType>(Dimension<SizeType>(5, 4, 3), Position<SizeType>(0, 0, 2)));
+    Copy16 copy;
+    copy.apply(TestSupport::asComposite(copyParameter(asVolume(source), asVolume(output))));
+    EXPECT_EQ(copy.getProgress().getProgress(), 1.0);
+    output->popRoi();
+    for (SizeType t = 0; t < 6; ++t)
+        for (SizeType s = 0; s < 4; ++s)
+            for (SizeType p = 0; p < 5; ++p) {
+                const Tarn::uint16 expected =
+                    t >= 2 && t <= 4 ? static_cast<Tarn::uint16>(p + 5 * (s + 4 * (t - 1))) : Tarn::uint16(9999);
+                ASSERT_EQ(output->getValueAt(Position<SizeType>(p, s, t)), expected) << p << " " << s << " " << t;
+            }
+    // A region of a volume onto the same region of itself: slice moves onto themselves.
+    const std::vector<Tarn::uint16> before = TestSupport::valuesInView(*output);
+    output->setRoi(RegionOfInterest<SizeType>(Dimension<SizeType>(5, 4, 4), Position<SizeType>(0, 0, 1)));
+    copy.apply(TestSupport::asComposite(copyParameter(asVolume(output), asVolume(output))));
+    output->popRoi();
+    EXPECT_EQ(TestSupport::valuesInView(*output), before);
+}
+
 TEST(Copy, AVolumeCopiedOntoItselfStaysAsItWas)
 {
     const MemoryVolumePtr<Tarn::uint16> volume = TestSupport::makeIndexVolume<Tarn::uint16>(Dimension<SizeType>(8, 4, 3));

@@ -9,6 +9,7 @@
 #include <Kito/Orientation>
 #include <Kito/Triple>
 #include <Kito/Volume>
+#include <Kito/detail/PagesAhead>
 #include <LumoStudio/Operators/DuplicateSlices/Parameter.h>
 
 #include <stdexcept>
@@ -62,18 +63,22 @@ public:
         // Any failure while the slices are copied, an index beyond the plane's extent among them,
         // reaches the host as this one text; the volumes keep the regions and orientation they
         // had at that moment.
+        // The copies run one after another, each on one thread: a second thread makes the new
+        // volume's pages ahead of them.
         try {
-            if (xy) {
-                duplicate(input, result, index, count);
-            } else {
-                const Orientation turned = xz ? Orientation(0, 4, 2) : Orientation(2, 4, 0);
-                input->setOrientation(turned);
-                result->setOrientation(turned);
-                duplicate(input, result, index, count);
-                input->setOrientation(Orientation(0, 2, 4));
-                result->setOrientation(Orientation(0, 2, 4));
-            }
-            input->popRoi();
+            Tarn::Kito::detail::writeWithPagesAhead(result->getIterator(), extent.size() * sizeof(Voxel), [&] {
+                if (xy) {
+                    duplicate(input, result, index, count);
+                } else {
+                    const Orientation turned = xz ? Orientation(0, 4, 2) : Orientation(2, 4, 0);
+                    input->setOrientation(turned);
+                    result->setOrientation(turned);
+                    duplicate(input, result, index, count);
+                    input->setOrientation(Orientation(0, 2, 4));
+                    result->setOrientation(Orientation(0, 2, 4));
+                }
+                input->popRoi();
+            });
         } catch (...) {
             throw std::invalid_argument(named.getType() + "::DuplicateSlices Copy Slices Failed 0!");
         }

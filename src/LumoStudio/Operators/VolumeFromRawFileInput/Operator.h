@@ -9,11 +9,13 @@
 #include <Kito/Triple>
 #include <Kito/Types>
 #include <Kito/Volume>
+#include <Kito/detail/PagesAhead>
 #include <LumoStudio/Operators/VolumeFromRawFileInput/Parameter.h>
 
 #include <fstream>
 #include <ios>
 #include <string>
+#include <type_traits>
 
 namespace Tarn::Lumo::Persistence::VolumeFileInput::VolumeFromRawFileInput {
 
@@ -61,19 +63,32 @@ public:
         // stream is then failed, and the reads below deliver nothing, as for a short file.
         stream.seekg(static_cast<std::streamoff>(headerSkip), std::ios::beg);
         const double step = 0.99 / static_cast<double>(volume->getDimTert());
-        for (const Tarn::Kito::RegionOfInterest<Tarn::Kito::SizeType>& block : volume->getBlockList()) {
-            volume->setRoi(block);
-            const Tarn::Kito::SizeType slices = volume->getDimTert();
-            for (Tarn::Kito::SizeType index = 0; index < slices; ++index) {
-                volume->setRoiToSlice(index);
-                Voxel* const first = lowestVoxel(*volume);
-                const Tarn::Kito::SizeType bytes = volume->sizeOfRoi() * sizeof(Voxel);
-                stream.read(reinterpret_cast<char*>(first), static_cast<std::streamsize>(bytes));
+        const auto read = [&] {
+            for (const Tarn::Kito::RegionOfInterest<Tarn::Kito::SizeType>& block : volume->getBlockList()) {
+                volume->setRoi(block);
+                const Tarn::Kito::SizeType slices = volume->getDimTert();
+                for (Tarn::Kito::SizeType index = 0; index < slices; ++index) {
+                    volume->setRoiToSlice(index);
+                    Voxel* const first = lowestVoxel(*volume);
+                    const Tarn::Kito::SizeType bytes = volume->sizeOfRoi() * sizeof(Voxel);
+                    stream.read(reinterpret_cast<char*>(first), static_cast<std::streamsize>(bytes));
+                    volume->popRoi();
+                    progress.setProgress(progress.getProgress() + step);
+                }
                 volume->popRoi();
-                progress.setProgress(progress.getProgress() + step);
             }
-            volume->popRoi();
+        };
+        // A view of the whole volume fills the whole block, usually a new one: its pages are made
+        // ahead of the reads.
+        if constexpr (std::is_pointer_v<typename Volume::Iterator>) {
+            if (volume->getDimension() == volume->getVolumeDimension()) {
+                Voxel* const begin =
+                    volume->getIterator() - volume->getOffset(Tarn::Kito::Position<Tarn::Kito::SizeType>(0, 0, 0));
+                Tarn::Kito::detail::writeWithPagesAhead(begin, volume->getVolumeDimension().size() * sizeof(Voxel), read);
+                return;
+            }
         }
+        read();
     }
 
     std::string getType() const override
