@@ -4,28 +4,26 @@
 #include "FacadeSupport.h"
 #include "KitoInstances.h"
 
+#include <limits>
+#include <string>
+
 namespace {
 using Tarn::Lumo_DLL::Instances::InMemory;
 template <class T>
 using RawInput = Tarn::Lumo::Persistence::VolumeFileInput::VolumeFromRawFileInput::Operator<InMemory<T>>;
 
-/// The voxel type's name for a count of value bits; empty for any other number, which then
-/// reaches the factory inside the identifier and fails there.
-std::string voxelNameOf(Tarn::uint64 dataType)
+/// The voxel type's name if its count of value bits (7 for Tarn::int8, 24 for Tarn::float32, 64
+/// for Tarn::uint64) is dataType.
+template <class T> std::string nameIfDigits(Tarn::uint64 dataType, Tarn::Lumo_DLL::Instances::Arguments<T>)
 {
-    switch (dataType) {
-    case 7: return "Tarn::int8";
-    case 8: return "Tarn::uint8";
-    case 15: return "Tarn::int16";
-    case 16: return "Tarn::uint16";
-    case 24: return "Tarn::float32";
-    case 31: return "Tarn::int32";
-    case 32: return "Tarn::uint32";
-    case 53: return "Tarn::float64";
-    case 63: return "Tarn::int64";
-    case 64: return "Tarn::uint64";
-    default: return "";
-    }
+    return dataType == static_cast<Tarn::uint64>(std::numeric_limits<T>::digits) ? Tarn::Kito::typeName<T>() : "";
+}
+
+/// The voxel type's name for a count of value bits; empty for any other number, which then
+/// reaches the factory inside the identifier and fails there. The counts differ for all ten types.
+template <class... A> std::string voxelNameOf(Tarn::uint64 dataType, Tarn::Lumo_DLL::Instances::InstanceList<A...>)
+{
+    return (nameIfDigits(dataType, A()) + ...);
 }
 } // namespace
 
@@ -46,7 +44,7 @@ SmartPointer<Tarn::Kito::IOperator> IVolumeFromRawFileInput::IOperator::getOpera
     const SmartPointer<Parameter> p = detail::castParameter<Parameter>(parameter, "IVolumeFromRawFileInput");
     return detail::createOperator("Tarn::Lumo::Persistence::VolumeFileInput::VolumeFromRawFileInput::Operator< "
                                   "Tarn::Kito::Volume< " +
-                                  voxelNameOf(p->inputDataType.getValue()) +
+                                  voxelNameOf(p->inputDataType.getValue(), Instances::AllVoxels()) +
                                   " , Tarn::Kito::Allocator::SingleBlockAllocator > >");
 }
 
