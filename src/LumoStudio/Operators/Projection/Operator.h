@@ -201,7 +201,8 @@ void foldLines(const F& f, const I* __restrict p, OffsetType lineStride, O* __re
     constexpr SizeType chunk = perCacheLine<I>;
     const auto foldVoxel = [&](SizeType j) {
         O v = q[j];
-        for (int k = 0; k < sideBySide; ++k) f(p[k * lineStride + j], v);
+        // The line's start first: a negative stride added to the unsigned index would wrap.
+        for (int k = 0; k < sideBySide; ++k) f((p + k * lineStride)[j], v);
         q[j] = v;
     };
     SizeType i = 0;
@@ -333,7 +334,7 @@ void foldBand(const F& f, const I* p, OffsetType lineStride, SizeType n, O* q)
     for (; i + L <= n; i += L) step(i);
     std::memcpy(q, acc, sizeof acc);
     for (int r = 0; r < bandRays; ++r)
-        for (SizeType k = i; k < n; ++k) f(p[r * lineStride + k], q[r]);
+        for (SizeType k = i; k < n; ++k) f((p + r * lineStride)[k], q[r]);
 }
 
 /// Direction 2 on a view whose lines lie voxel after voxel in memory: each line is a whole ray and
