@@ -17,6 +17,8 @@
 
 #include <omp.h>
 
+#include <cstdint>
+#include <cstring>
 #include <list>
 #include <stdexcept>
 #include <string>
@@ -322,6 +324,23 @@ TEST(DuplicateSlices, TheResultDoesNotDependOnTheNumberOfThreads)
         }
     }
     omp_set_num_threads(saved);
+}
+
+/// Voxels whose bits are no ordinary number, a signalling NaN with a payload and a negative zero,
+/// are repeated bit for bit in every plane.
+TEST(DuplicateSlices, FloatBitsThatAreNoOrdinaryNumberPassUnchanged)
+{
+    const MemoryVolumePtr<Tarn::float32> input(new MemoryVolume<Tarn::float32>(Dimension<SizeType>(3, 2, 2)));
+    const std::uint32_t patterns[] = {0x7f800001u, 0xffa00005u, 0x80000000u, 0x7fc00123u};
+    Tarn::float32* voxel = input->getIterator();
+    for (SizeType i = 0; i < 12; ++i) std::memcpy(voxel + i, &patterns[i % 4], sizeof(Tarn::float32));
+    for (const char* plane : {"XY-Slice", "XZ-Slice", "YZ-Slice"}) {
+        SCOPED_TRACE(plane);
+        const SmartPointer<DuplicateParameter> p = duplicateParameter(asVolume(input), plane, 1, 5);
+        applyFacade(p);
+        EXPECT_EQ(bytesInView(*DynamicCast<MemoryVolumePtr<Tarn::float32>>(p->outputVolume.getValue())),
+                  bytesOf(repeatedReference(*input, plane, 1, 5)));
+    }
 }
 
 TEST(DuplicateSlices, ParameterPropertiesInTheirOrderWithTheirDefaults)

@@ -9,15 +9,23 @@
 #include <Kito/Orientation>
 #include <Kito/Triple>
 #include <Kito/Volume>
-#include <Kito/detail/PagesAhead>
 #include <LumoStudio/Operators/DuplicateSlices/Parameter.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 
 namespace Tarn::Lumo::DuplicateSlices {
 
 namespace detail {
+
+template <std::size_t Bytes> struct UnsignedOfSize;
+template <> struct UnsignedOfSize<1> { using type = std::uint8_t; };
+template <> struct UnsignedOfSize<2> { using type = std::uint16_t; };
+template <> struct UnsignedOfSize<4> { using type = std::uint32_t; };
+template <> struct UnsignedOfSize<8> { using type = std::uint64_t; };
 
 /// The whole run for an input of type In, shared by the eight operators that differ only in the
 /// volume type that names them: named is the operator, asked for its type only to begin a
@@ -60,25 +68,14 @@ public:
                                                 : Dimension<SizeType>(count, sec, tert);
         const Result result(new typename Result::element_type(extent));
 
-        // Any failure while the slices are copied, an index beyond the plane's extent among them,
+        // Any failure while the slice is taken, an index beyond the plane's extent among them,
         // reaches the host as this one text; the volumes keep the regions and orientation they
         // had at that moment.
-        // The copies run one after another, each on one thread: a second thread makes the new
-        // volume's pages ahead of them.
         try {
-            Tarn::Kito::detail::writeWithPagesAhead(result->getIterator(), extent.size() * sizeof(Voxel), [&] {
-                if (xy) {
-                    duplicate(input, result, index, count);
-                } else {
-                    const Orientation turned = xz ? Orientation(0, 4, 2) : Orientation(2, 4, 0);
-                    input->setOrientation(turned);
-                    result->setOrientation(turned);
-                    duplicate(input, result, index, count);
-                    input->setOrientation(Orientation(0, 2, 4));
-                    result->setOrientation(Orientation(0, 2, 4));
-                }
-                input->popRoi();
-            });
+            const Slice slice = xy ? take(input, index)
+                                   : takeTurned(input, index, xz ? Orientation(0, 4, 2) : Orientation(2, 4, 0));
+            input->popRoi();
+            repeat(*slice, *result, xy ? Axis::tert : xz ? Axis::sec : Axis::prim);
         } catch (...) {
             throw std::invalid_argument(named.getType() + "::DuplicateSlices Copy Slices Failed 0!");
         }
@@ -86,21 +83,73 @@ public:
     }
 
 private:
-    /// Pushes the input's slice index (a tert slice of its view) and copies it into each tert
-    /// slice of the result in turn. The slice stays pushed on the input for the caller to pop.
-    static void duplicate(const In& input, const Result& result, Tarn::Kito::SizeType index, Tarn::Kito::SizeType count)
+    using Slice = Tarn::Kito::VolumePtr<Voxel, Tarn::Kito::Allocator::SingleBlockAllocator>;
+    /// The memory axis of the result along which the slice repeats.
+    enum class Axis { prim, sec, tert };
+
+    /// Pushes the input's slice index (a tert slice of its view) and copies that slice into a
+    /// volume of one slice. The slice stays pushed on the input for the caller to pop.
+    static Slice take(const In& input, Tarn::Kito::SizeType index)
     {
         using Tarn::Kito::DynamicCast;
+        using Tarn::Kito::IVolume;
         input->setRoiToSlice(index);
+        const Slice slice(new typename Slice::element_type(
+            Tarn::Kito::Dimension<Tarn::Kito::SizeType>(input->getDimPrim(), input->getDimSec(), 1)));
         Tarn::Kito::SmartPointer<Tarn::Kito::Copy::Parameter> copyParameter(new Tarn::Kito::Copy::Parameter);
-        copyParameter->inputVolume.setValue(DynamicCast<Tarn::Kito::SmartPointer<Tarn::Kito::IVolume>>(input));
-        copyParameter->outputVolume.setValue(DynamicCast<Tarn::Kito::SmartPointer<Tarn::Kito::IVolume>>(result));
-        const auto asComposite = DynamicCast<Tarn::Kito::SmartPointer<Tarn::Kito::Persistence::IComposite>>(copyParameter);
-        for (Tarn::Kito::SizeType i = 0; i < count; ++i) {
-            result->setRoiToSlice(i);
-            Tarn::Kito::Copy::Operator<In, Result> copy;
-            copy.apply(asComposite);
-            result->clearRoiStack();
+        copyParameter->inputVolume.setValue(DynamicCast<Tarn::Kito::SmartPointer<IVolume>>(input));
+        copyParameter->outputVolume.setValue(DynamicCast<Tarn::Kito::SmartPointer<IVolume>>(slice));
+        Tarn::Kito::Copy::Operator<In, Slice> copy;
+        copy.apply(DynamicCast<Tarn::Kito::SmartPointer<Tarn::Kito::Persistence::IComposite>>(copyParameter));
+        return slice;
+    }
+
+    /// take() on the input turned so that the wanted plane is a tert slice of its view; the input
+    /// is turned back to the default orientation afterwards, as after every XZ or YZ repetition.
+    static Slice takeTurned(const In& input, Tarn::Kito::SizeType index, const Tarn::Kito::Orientation& turned)
+    {
+        input->setOrientation(turned);
+        const Slice slice = take(input, index);
+        input->setOrientation(Tarn::Kito::Orientation(0, 2, 4));
+        return slice;
+    }
+
+    /// Fills the result, in memory order and parallel over its tert slices, with the slice
+    /// repeated along one memory axis. Each thread first touches the pages it writes, as a plain
+    /// parallel copy would; the bytes are the same on any number of threads.
+    static void repeat(const typename Slice::element_type& slice, typename Result::element_type& result, Axis along)
+    {
+        using Tarn::Kito::SizeType;
+        const Voxel* const from = slice.getIterator();
+        Voxel* const to = result.getIterator();
+        const auto nPrim = static_cast<std::int64_t>(result.getDimPrim());
+        const auto nSec = static_cast<std::int64_t>(result.getDimSec());
+        const auto nTert = static_cast<std::int64_t>(result.getDimTert());
+        const std::size_t rowBytes = static_cast<std::size_t>(nPrim) * sizeof(Voxel);
+        if (along == Axis::tert) {
+            // Every tert slice of the result is the slice.
+            const std::size_t sliceBytes = rowBytes * static_cast<std::size_t>(nSec);
+#pragma omp parallel for schedule(static)
+            for (std::int64_t t = 0; t < nTert; ++t)
+                std::memcpy(to + t * nPrim * nSec, from, sliceBytes);
+        } else if (along == Axis::sec) {
+            // The slice's rows are the result's rows at each tert position, repeated along sec.
+#pragma omp parallel for schedule(static) collapse(2)
+            for (std::int64_t t = 0; t < nTert; ++t)
+                for (std::int64_t s = 0; s < nSec; ++s)
+                    std::memcpy(to + (t * nSec + s) * nPrim, from + t * nPrim, rowBytes);
+        } else {
+            // Each voxel of the slice fills one row of the result. The fill goes through an
+            // unsigned integer of the voxel's size, so that a float's bits pass unchanged.
+            using Bits = typename UnsignedOfSize<sizeof(Voxel)>::type;
+#pragma omp parallel for schedule(static) collapse(2)
+            for (std::int64_t t = 0; t < nTert; ++t)
+                for (std::int64_t s = 0; s < nSec; ++s) {
+                    Bits value;
+                    std::memcpy(&value, from + t * nSec + s, sizeof(Voxel));
+                    Bits* const row = reinterpret_cast<Bits*>(to + (t * nSec + s) * nPrim);
+                    for (std::int64_t p = 0; p < nPrim; ++p) row[p] = value;
+                }
         }
     }
 };
@@ -109,12 +158,14 @@ private:
 
 /// In and Out are VolumePtr<V, SingleBlockAllocator>, of any two of the voxel types: Out only
 /// names the instance (a host picks it by the volume it leaves in outputVolume), and the result is
-/// always a new volume of In's type. An XZ or YZ slice is reached by turning both volumes so that
-/// it becomes a tert slice of the view; those copies go voxel by voxel, an XY slice's line by line.
-/// Each copy walks one slice, which is one slab of the parallel walk: it runs on one thread.
+/// always a new volume of In's type. An XZ or YZ slice is reached by turning the input so that it
+/// becomes a tert slice of the view. The slice is copied once, by a Copy of its own, into a volume
+/// of one slice; the result is then filled from that in memory order on all threads. A copy per
+/// result slice, as the repetition is usually put, would give the same bytes: the copies are
+/// between volumes of one type, so a voxel's bits pass unchanged.
 ///
-/// The copies are operators of their own, each with its own progress and stop flag: this
-/// operator's progress stands at 0 until it returns, and a stop asked of it does not reach them.
+/// The copy is an operator of its own, with its own progress and stop flag: this operator's
+/// progress stands at 0 until it returns, and a stop asked of it does not reach the copy.
 template <class In, class Out> class Operator : public Tarn::Kito::Operator<Operator<In, Out>> {
 public:
     void apply(Tarn::Kito::SmartPointer<Tarn::Kito::Persistence::IComposite> parameterObject) override
