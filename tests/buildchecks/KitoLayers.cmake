@@ -14,7 +14,7 @@ set(spine Types PlainException detail/Format Exceptions SmartPointer Composite D
 # Coordinates, regions and orientations, and the numbers that lead a walk through a view.
 set(geometry Triple TripleComposite Orientation IterateValues)
 # Volumes, where their voxels live, and the containers that travel in parameter objects.
-set(volumes IVolume SingleBlockAllocator detail/PagesAhead ExternalBufferAllocator detail/FileStorage InputFileAllocator
+set(volumes IVolume SingleBlockAllocator detail/SlicesAhead ExternalBufferAllocator detail/FileStorage InputFileAllocator
             BufferedInputFileAllocator Volume ContainerBase List Map BidirectionalMap Table
             MaskFactory/MaskParameters)
 # The REK header, the voxel type codes and the parameter objects of volume files.

@@ -9,7 +9,7 @@
 #include <Kito/Triple>
 #include <Kito/Types>
 #include <Kito/Volume>
-#include <Kito/detail/PagesAhead>
+#include <Kito/detail/SlicesAhead>
 #include <LumoStudio/Operators/VolumeFromRawFileInput/Parameter.h>
 
 #include <fstream>
@@ -46,49 +46,63 @@ public:
             parameter->inputEndPrim.getValue() - parameter->inputStartPrim.getValue() + 1,
             parameter->inputEndSec.getValue() - parameter->inputStartSec.getValue() + 1,
             parameter->inputEndTert.getValue() - parameter->inputStartTert.getValue() + 1);
-        const VolumePointer volume =
-            this->template checkOutputVolume<VolumePointer>(parameter->outputVolume.getValue(), dimension);
+        const Tarn::Kito::SmartPointer<Tarn::Kito::IVolume> given = parameter->outputVolume.getValue();
+        const VolumePointer volume = this->template checkOutputVolume<VolumePointer>(given, dimension);
         parameter->outputVolume.setValue(Tarn::Kito::DynamicCast<Tarn::Kito::SmartPointer<Tarn::Kito::IVolume>>(volume));
-        readVolume(stream, volume, parameter->inputHeaderSkip.getValue(), this->progress);
+        const bool fresh = Tarn::Kito::detail::freshVoxels(given, dimension);
+        readVolume(stream, volume, parameter->inputHeaderSkip.getValue(), this->progress, fresh ? &path : nullptr);
         stream.close();
         this->progress.setProgress(1.0);
     }
 
     /// Fills volume from stream, from byte headerSkip on: block by block, each slice of a block
-    /// with one read. Reads past the end of the file deliver nothing and fail nothing.
+    /// with one read. Reads past the end of the file deliver nothing and fail nothing. Given the
+    /// file's path, the volume's voxels are new (nobody's until read): a whole volume in storage
+    /// order then has the back half of its slices read by a second thread meanwhile.
     static void readVolume(std::istream& stream, const VolumePointer& volume, Tarn::uint64 headerSkip,
-                           Tarn::Kito::Progress& progress)
+                           Tarn::Kito::Progress& progress, const std::string* freshFile = nullptr)
     {
+        using Tarn::Kito::SizeType;
         // A skip beyond the stream's offsets wraps to a negative position, whose seek fails: the
         // stream is then failed, and the reads below deliver nothing, as for a short file.
         stream.seekg(static_cast<std::streamoff>(headerSkip), std::ios::beg);
         const double step = 0.99 / static_cast<double>(volume->getDimTert());
-        const auto read = [&] {
-            for (const Tarn::Kito::RegionOfInterest<Tarn::Kito::SizeType>& block : volume->getBlockList()) {
+        const auto read = [&](Tarn::Kito::detail::SlicesAhead& ahead) {
+            bool behind = false;   // the stream stands before slices read ahead
+            for (const Tarn::Kito::RegionOfInterest<SizeType>& block : volume->getBlockList()) {
                 volume->setRoi(block);
-                const Tarn::Kito::SizeType slices = volume->getDimTert();
-                for (Tarn::Kito::SizeType index = 0; index < slices; ++index) {
+                const SizeType slices = volume->getDimTert();
+                for (SizeType index = 0; index < slices; ++index) {
                     volume->setRoiToSlice(index);
                     Voxel* const first = lowestVoxel(*volume);
-                    const Tarn::Kito::SizeType bytes = volume->sizeOfRoi() * sizeof(Voxel);
-                    stream.read(reinterpret_cast<char*>(first), static_cast<std::streamsize>(bytes));
+                    const SizeType bytes = volume->sizeOfRoi() * sizeof(Voxel);
+                    // Only a stream that has read every byte so far would come to the slices read
+                    // ahead; a failed one reads nothing more, and what was read ahead is cleared.
+                    if (stream.good() && ahead.claim(index)) {
+                        behind = true;
+                    } else {
+                        if (behind) stream.seekg(static_cast<std::streamoff>(headerSkip + index * bytes), std::ios::beg);
+                        behind = false;
+                        stream.read(reinterpret_cast<char*>(first), static_cast<std::streamsize>(bytes));
+                    }
                     volume->popRoi();
                     progress.setProgress(progress.getProgress() + step);
                 }
                 volume->popRoi();
             }
         };
-        // A view of the whole volume fills the whole block, usually a new one: its pages are made
-        // ahead of the reads.
+        // Slices one after another in one block of memory, as in the file: the whole volume in
+        // storage order.
+        void* begin = nullptr;
         if constexpr (std::is_pointer_v<typename Volume::Iterator>) {
-            if (volume->getDimension() == volume->getVolumeDimension()) {
-                Voxel* const begin =
-                    volume->getIterator() - volume->getOffset(Tarn::Kito::Position<Tarn::Kito::SizeType>(0, 0, 0));
-                Tarn::Kito::detail::writeWithPagesAhead(begin, volume->getVolumeDimension().size() * sizeof(Voxel), read);
-                return;
-            }
+            if (freshFile != nullptr && volume->getDimension() == volume->getVolumeDimension() &&
+                volume->getOrientation() == volume->getDefaultOrientation() && volume->getBlockList().size() == 1)
+                begin = volume->getIterator();
         }
-        read();
+        const SizeType sliceBytes = volume->getDimPrim() * volume->getDimSec() * sizeof(Voxel);
+        Tarn::Kito::detail::readWithSlicesAhead(begin, sliceBytes, volume->getDimTert(),
+                                                begin != nullptr ? *freshFile : std::string(), headerSkip,
+                                                begin != nullptr, read);
     }
 
     std::string getType() const override
