@@ -14,6 +14,8 @@
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
+#include <algorithm>
+#include <cstddef>
 #include <vector>
 
 namespace FileTest {
@@ -104,6 +106,22 @@ std::vector<T> storageVoxels(const Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocato
 {
     const T* first = volume->getIterator() - volume->getOffset(Tarn::Kito::Position<Tarn::Kito::SizeType>(0, 0, 0));
     return std::vector<T>(first, first + volume->getVolumeDimension().size());
+}
+
+/// How many leading slices of sliceVoxels voxels stored has from file, when every voxel after them
+/// is rest; -1 when some voxel after them is neither. Tells where a read stopped.
+template <class T>
+long long fileSlicesThenOnly(const std::vector<T>& stored, const std::vector<T>& file, T rest, std::size_t sliceVoxels)
+{
+    std::size_t done = 0;
+    while (done + sliceVoxels <= stored.size() && done + sliceVoxels <= file.size() &&
+           std::equal(stored.begin() + static_cast<std::ptrdiff_t>(done),
+                      stored.begin() + static_cast<std::ptrdiff_t>(done + sliceVoxels),
+                      file.begin() + static_cast<std::ptrdiff_t>(done)))
+        done += sliceVoxels;
+    for (std::size_t i = done; i < stored.size(); ++i)
+        if (stored[i] != rest) return -1;
+    return static_cast<long long>(done / sliceVoxels);
 }
 
 /// The number of file descriptors the process holds open.

@@ -6,12 +6,16 @@
 #include <Lumo_MiscDispatcher_DLL/KitoInstances.h>
 #include <support/FailureOf.h>
 #include <support/RandomVolume.h>
+#include <support/StopWhileRunning.h>
+#include <support/ThreadCount.h>
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdint>
 #include <ios>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -257,6 +261,70 @@ TEST(Loader, AFileThatEndsEarlyOnTheDirectPathFailsInTheStream)
     // The slices read stay, the region of the failed slice is gone.
     EXPECT_EQ(volume->getValueAt(Tarn::Kito::Position<SizeType>(0, 0, 2)), 3 + 7 * 32);
     EXPECT_EQ(volume->getRoiStack().size(), 1u);
+}
+
+// ---- volumes of several MiB, whose back half a second thread reads when the volume is new --------
+
+constexpr SizeType largePrim = 256, largeSec = 256, largeTert = 64;   // 8 MiB of Tarn::uint16
+constexpr std::size_t largeSlice = largePrim * largeSec;
+
+TEST(Loader, ALargeNewVolumeHoldsTheFileOnOneAndTwoThreads)
+{
+    FileTest::TemporaryDirectory directory;
+    const std::vector<Tarn::uint16> voxels = writeRek<Tarn::uint16>(directory.file("v.rek"), largePrim, largeSec, largeTert);
+    for (const int threads : {1, 2}) {
+        const TestSupport::ThreadCount count(threads);
+        const SmartPointer<Parameter> parameter = parameterFor(directory.file("v.rek"));
+        Loader<Tarn::uint16> loader;
+        run(loader, parameter);
+        EXPECT_EQ(FileTest::storageVoxels(DynamicCast<MemoryVolumePtr<Tarn::uint16>>(parameter->modifyVolume.getValue())),
+                  voxels)
+            << threads << " threads";
+        EXPECT_EQ(loader.getProgress().getProgress(), 1.0);
+    }
+}
+
+/// Stopped while it reads a volume made for the read, the loader leaves the slices from the stop
+/// on as they were (zeros here), whatever the second thread had read of them, and its progress
+/// counts the slices read.
+TEST(Loader, AStopWhileANewVolumeIsReadLeavesTheSlicesFromThereAsTheyWere)
+{
+    FileTest::TemporaryDirectory directory;
+    const std::vector<Tarn::uint16> voxels = writeRek<Tarn::uint16>(directory.file("v.rek"), largePrim, largeSec, largeTert);
+    const TestSupport::ThreadCount count(2);
+    const MemoryVolumePtr<Tarn::uint16> volume(new MemoryVolume<Tarn::uint16>(Dimension<SizeType>(largePrim, largeSec, largeTert)));
+    volume->fill(0);
+    Tarn::Kito::Progress progress;
+    std::uint8_t abort = 0;
+    std::atomic<bool> finished{false};
+    std::thread watcher([&] {
+        while (!finished.load() && progress.getProgress() == 0.0) std::this_thread::yield();
+        Tarn::Kito::requestStop(&abort);
+    });
+    Loader<Tarn::uint16>::readVolume(volume, directory.file("v.rek"), progress, &abort, true);
+    finished = true;
+    watcher.join();
+    const long long read = FileTest::fileSlicesThenOnly(FileTest::storageVoxels(volume), voxels, Tarn::uint16(0), largeSlice);
+    ASSERT_GE(read, 1);
+    double reported = 0.0;
+    for (long long t = 0; t < read; ++t) reported += 0.99 / static_cast<double>(largeTert);
+    EXPECT_EQ(progress.getProgress(), reported) << read << " slices read";
+}
+
+/// A host's volume of the file's size is read by one thread, and a stop leaves its own voxels
+/// after the slices read.
+TEST(Loader, AStopWhileAHostsVolumeIsReadInPlaceLeavesItsVoxelsFromThere)
+{
+    FileTest::TemporaryDirectory directory;
+    const std::vector<Tarn::uint16> voxels = writeRek<Tarn::uint16>(directory.file("v.rek"), largePrim, largeSec, largeTert);
+    const TestSupport::ThreadCount count(2);
+    const MemoryVolumePtr<Tarn::uint16> given(new MemoryVolume<Tarn::uint16>(Dimension<SizeType>(largePrim, largeSec, largeTert)));
+    given->fill(5);
+    Loader<Tarn::uint16> loader;
+    const TestSupport::StoppedRun stopped =
+        TestSupport::stopWhileRunning(loader, [&] { run(loader, parameterFor(directory.file("v.rek"), asIVolume(given))); });
+    EXPECT_TRUE(stopped.stopAsked);
+    EXPECT_GE(FileTest::fileSlicesThenOnly(FileTest::storageVoxels(given), voxels, Tarn::uint16(5), largeSlice), 1);
 }
 
 TEST(Loader, RawNamedFileWithAHeaderLargerThanTheFileAllocatesNothing)

@@ -6,9 +6,11 @@
 #include <Lumo_MiscDispatcher_DLL/KitoInstances.h>
 #include <support/FailureOf.h>
 #include <support/RandomVolume.h>
+#include <support/ThreadCount.h>
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -119,6 +121,65 @@ TEST(RawInput, AShortFileLeavesTheRestAsItWasWithoutAFailure)
     apply(p);
     // The first slice is read whole; the second read comes up short and stops the stream.
     EXPECT_EQ(voxelsOf<Tarn::int16>(p->outputVolume.getValue()), (std::vector<Tarn::int16>{-1, -2, -3, -4, -5, 9, 9, 9}));
+}
+
+// ---- volumes of several MiB, whose back half a second thread reads when the volume is new --------
+
+constexpr SizeType largePrim = 256, largeSec = 256, largeTert = 64;   // 8 MiB of Tarn::uint16
+constexpr std::size_t largeSlice = largePrim * largeSec;
+
+TEST(RawInput, ALargeNewVolumeHoldsTheFileOnOneAndTwoThreads)
+{
+    FileTest::TemporaryDirectory directory;
+    const std::vector<Tarn::uint16> voxels = FileTest::countingVoxels<Tarn::uint16>(largeSlice * largeTert);
+    FileTest::writeFile(directory.file("v.raw"), FileTest::zeros(64) + bytesOf(voxels));
+    for (const int threads : {1, 2}) {
+        const TestSupport::ThreadCount count(threads);
+        const auto p = describe(directory.file("v.raw"), 16, 64, {0, largePrim - 1, 0, largeSec - 1, 0, largeTert - 1});
+        apply(p);
+        EXPECT_EQ(voxelsOf<Tarn::uint16>(p->outputVolume.getValue()), voxels) << threads << " threads";
+    }
+}
+
+/// A file that ends in the back half of a new volume's slices: the same voxels as one thread
+/// reads, and the slices after the end as they were.
+TEST(RawInput, AShortFileIntoANewVolumeIsReadAsOneThreadReadsIt)
+{
+    FileTest::TemporaryDirectory directory;
+    const std::vector<Tarn::uint16> voxels = FileTest::countingVoxels<Tarn::uint16>(largeSlice * 40 + 77);
+    FileTest::writeFile(directory.file("v.raw"), bytesOf(voxels));
+    using Reader = Tarn::Lumo::Persistence::VolumeFileInput::VolumeFromRawFileInput::Operator<MemoryVolumePtr<Tarn::uint16>>;
+    const auto readInto = [&](int threads) {
+        const TestSupport::ThreadCount count(threads);
+        const MemoryVolumePtr<Tarn::uint16> volume(new MemoryVolume<Tarn::uint16>(Dimension<SizeType>(largePrim, largeSec, largeTert)));
+        volume->fill(0);
+        std::ifstream stream(directory.file("v.raw"), std::ios::binary);
+        Tarn::Kito::Progress progress;
+        const std::string path = directory.file("v.raw");
+        Reader::readVolume(stream, volume, 0, progress, &path);
+        EXPECT_NEAR(progress.getProgress(), 0.99, 1e-9);
+        return FileTest::storageVoxels(volume);
+    };
+    const std::vector<Tarn::uint16> alone = readInto(1);
+    EXPECT_EQ(std::vector<Tarn::uint16>(alone.begin(), alone.begin() + static_cast<std::ptrdiff_t>(voxels.size())), voxels);
+    EXPECT_EQ(std::vector<Tarn::uint16>(alone.begin() + static_cast<std::ptrdiff_t>(voxels.size()), alone.end()),
+              std::vector<Tarn::uint16>(alone.size() - voxels.size(), 0));
+    EXPECT_EQ(readInto(2), alone);
+}
+
+/// The same short file into a host's volume of that size: its own voxels stay after the end.
+TEST(RawInput, AShortFileIntoAHostsLargeVolumeLeavesItsVoxelsAfterTheEnd)
+{
+    FileTest::TemporaryDirectory directory;
+    const std::vector<Tarn::uint16> voxels = FileTest::countingVoxels<Tarn::uint16>(largeSlice * 40);
+    FileTest::writeFile(directory.file("v.raw"), bytesOf(voxels));
+    const TestSupport::ThreadCount count(2);
+    const MemoryVolumePtr<Tarn::uint16> given(new MemoryVolume<Tarn::uint16>(Dimension<SizeType>(largePrim, largeSec, largeTert)));
+    given->fill(9);
+    const auto p = describe(directory.file("v.raw"), 16, 0, {0, largePrim - 1, 0, largeSec - 1, 0, largeTert - 1});
+    p->outputVolume.setValue(DynamicCast<SmartPointer<Tarn::Kito::IVolume>>(given));
+    apply(p);
+    EXPECT_EQ(FileTest::fileSlicesThenOnly(FileTest::storageVoxels(given), voxels, Tarn::uint16(9), largeSlice), 40);
 }
 
 TEST(RawInput, ASkipBeyondTheFileReadsNothing)
