@@ -1,6 +1,7 @@
 // Slices read ahead by a second thread: the block's bytes, the loop's slices and its failures are
 // those of the serial loop alone, where it stops, fails or meets a short file.
 #include <Kito/SingleBlockAllocator>
+#include <Kito/Volume>
 #include <Kito/detail/SlicesAhead>
 
 #include <gtest/gtest.h>
@@ -250,6 +251,29 @@ TEST(SlicesAhead, NoSecondThreadWhereItMayNotOrNeedNotHelp)
         if (omp_get_thread_num() == 0) claimedInParallel += static_cast<int>(claimsOf(sliceBytes, skip, true));
     }
     EXPECT_EQ(claimedInParallel, 0);
+}
+
+/// A volume is fresh for a read when the output check makes it: none given, or one whose block
+/// has another size. A volume of the read's size keeps the host's voxels, even seen through a
+/// region of other extents.
+TEST(SlicesAhead, FreshVoxelsAreThoseTheOutputCheckMakes)
+{
+    using Tarn::Kito::Dimension;
+    using Volume = Tarn::Kito::Volume<Tarn::uint16, SingleBlockAllocator>;
+    using VolumePtr = Tarn::Kito::VolumePtr<Tarn::uint16, SingleBlockAllocator>;
+    const auto asIVolume = [](const VolumePtr& volume) {
+        return Tarn::Kito::DynamicCast<Tarn::Kito::SmartPointer<Tarn::Kito::IVolume>>(volume);
+    };
+    const Dimension<SizeType> extent(4, 3, 2);
+    EXPECT_TRUE(Tarn::Kito::detail::freshVoxels(Tarn::Kito::SmartPointer<Tarn::Kito::IVolume>(), extent));
+    EXPECT_FALSE(Tarn::Kito::detail::freshVoxels(asIVolume(VolumePtr(new Volume(extent))), extent));
+    EXPECT_TRUE(Tarn::Kito::detail::freshVoxels(asIVolume(VolumePtr(new Volume(Dimension<SizeType>(4, 3, 3)))), extent));
+    const VolumePtr narrowed(new Volume(extent));
+    narrowed->setRoiToSlice(1);
+    EXPECT_FALSE(Tarn::Kito::detail::freshVoxels(asIVolume(narrowed), extent));
+    const VolumePtr larger(new Volume(Dimension<SizeType>(8, 3, 2)));
+    larger->setRoi(Tarn::Kito::RegionOfInterest<SizeType>(Dimension<SizeType>(4, 3, 1), Tarn::Kito::Position<SizeType>(0, 0, 0)));
+    EXPECT_TRUE(Tarn::Kito::detail::freshVoxels(asIVolume(larger), extent));
 }
 
 } // namespace

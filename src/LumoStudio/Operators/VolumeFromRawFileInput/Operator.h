@@ -47,9 +47,9 @@ public:
             parameter->inputEndSec.getValue() - parameter->inputStartSec.getValue() + 1,
             parameter->inputEndTert.getValue() - parameter->inputStartTert.getValue() + 1);
         const Tarn::Kito::SmartPointer<Tarn::Kito::IVolume> given = parameter->outputVolume.getValue();
+        const bool fresh = Tarn::Kito::detail::freshVoxels(given, dimension);   // asked before a resize
         const VolumePointer volume = this->template checkOutputVolume<VolumePointer>(given, dimension);
         parameter->outputVolume.setValue(Tarn::Kito::DynamicCast<Tarn::Kito::SmartPointer<Tarn::Kito::IVolume>>(volume));
-        const bool fresh = Tarn::Kito::detail::freshVoxels(given, dimension);
         readVolume(stream, volume, parameter->inputHeaderSkip.getValue(), this->progress, fresh ? &path : nullptr);
         stream.close();
         this->progress.setProgress(1.0);
