@@ -8,6 +8,7 @@
 #include <support/ThreadCount.h>
 
 #include <omp.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -251,6 +252,23 @@ TEST(SlicesAhead, NoSecondThreadWhereItMayNotOrNeedNotHelp)
         if (omp_get_thread_num() == 0) claimedInParallel += static_cast<int>(claimsOf(sliceBytes, skip, true));
     }
     EXPECT_EQ(claimedInParallel, 0);
+}
+
+/// A pipe is read by the loop alone: a second reader would wait in its open for a writer, and
+/// take bytes meant for the loop once one came.
+TEST(SlicesAhead, APipeIsReadByTheLoopAlone)
+{
+    const TestSupport::ThreadCount threads(2);
+    const SliceFile file(blockBytes);
+    const std::string pipe = file.path + ".pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const Block block(blockBytes);
+    LoopRecord record;
+    Tarn::Kito::detail::readWithSlicesAhead(block.begin, sliceBytes, sliceCount, pipe, skip, true,
+                                            SerialLoop{file.path, block.begin, never, never, &record});
+    std::filesystem::remove(pipe);
+    EXPECT_TRUE(record.claimed.empty());
+    EXPECT_EQ(firstDifference(block, blockBytes), never);
 }
 
 /// A volume is fresh for a read when the output check makes it: none given, or one whose block
