@@ -71,7 +71,7 @@ template <class T> SmartPointer<Tarn::Kito::IVolume> asIVolume(const MemoryVolum
 
 template <class T> class LoaderTyped : public ::testing::Test {};
 using OperatorTypes = TestSupport::VoxelTypesAs<::testing::Types, Tarn::Lumo_DLL::Instances::OperatorVoxels>;
-TYPED_TEST_SUITE(LoaderTyped, OperatorTypes);
+TYPED_TEST_SUITE(LoaderTyped, OperatorTypes, TestSupport::VoxelTypeNames);
 
 TYPED_TEST(LoaderTyped, NullVolumeGivesANewVolumeWithTheFileBytes)
 {

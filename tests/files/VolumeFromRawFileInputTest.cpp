@@ -70,7 +70,7 @@ template <class T> std::vector<T> voxelsOf(const SmartPointer<Tarn::Kito::IVolum
 
 template <class T> class RawInputTyped : public ::testing::Test {};
 using OperatorTypes = TestSupport::VoxelTypesAs<::testing::Types, Tarn::Lumo_DLL::Instances::OperatorVoxels>;
-TYPED_TEST_SUITE(RawInputTyped, OperatorTypes);
+TYPED_TEST_SUITE(RawInputTyped, OperatorTypes, TestSupport::VoxelTypeNames);
 
 TYPED_TEST(RawInputTyped, ReadsTheFileBytesAfterTheSkipInStorageOrder)
 {
