@@ -7,6 +7,8 @@
 #include <Kito/Volume>
 #include <Kito/Types>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -14,8 +16,6 @@
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
-#include <algorithm>
-#include <cstddef>
 #include <vector>
 
 namespace FileTest {
@@ -106,6 +106,21 @@ std::vector<T> storageVoxels(const Tarn::Kito::VolumePtr<T, Tarn::Kito::Allocato
 {
     const T* first = volume->getIterator() - volume->getOffset(Tarn::Kito::Position<Tarn::Kito::SizeType>(0, 0, 0));
     return std::vector<T>(first, first + volume->getVolumeDimension().size());
+}
+
+/// A volume of several MiB, large enough that a reader of a new one reads its back half on a
+/// second thread: 256 x 256 x 64 Tarn::uint16 (8 MiB).
+constexpr Tarn::Kito::SizeType largePrim = 256, largeSec = 256, largeTert = 64;
+constexpr std::size_t largeSlice = largePrim * largeSec;
+
+/// A host's volume of the large extent, every voxel value.
+inline Tarn::Kito::VolumePtr<Tarn::uint16, Tarn::Kito::Allocator::SingleBlockAllocator> largeVolumeOf(Tarn::uint16 value)
+{
+    const Tarn::Kito::VolumePtr<Tarn::uint16, Tarn::Kito::Allocator::SingleBlockAllocator> volume(
+        new Tarn::Kito::Volume<Tarn::uint16, Tarn::Kito::Allocator::SingleBlockAllocator>(
+            Tarn::Kito::Dimension<Tarn::Kito::SizeType>(largePrim, largeSec, largeTert)));
+    volume->fill(value);
+    return volume;
 }
 
 /// How many leading slices of sliceVoxels voxels stored has from file, when every voxel after them

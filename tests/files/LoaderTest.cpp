@@ -265,8 +265,10 @@ TEST(Loader, AFileThatEndsEarlyOnTheDirectPathFailsInTheStream)
 
 // ---- volumes of several MiB, whose back half a second thread reads when the volume is new --------
 
-constexpr SizeType largePrim = 256, largeSec = 256, largeTert = 64;   // 8 MiB of Tarn::uint16
-constexpr std::size_t largeSlice = largePrim * largeSec;
+using FileTest::largePrim;
+using FileTest::largeSec;
+using FileTest::largeSlice;
+using FileTest::largeTert;
 
 TEST(Loader, ALargeNewVolumeHoldsTheFileOnOneAndTwoThreads)
 {
@@ -292,8 +294,7 @@ TEST(Loader, AStopWhileANewVolumeIsReadLeavesTheSlicesFromThereAsTheyWere)
     FileTest::TemporaryDirectory directory;
     const std::vector<Tarn::uint16> voxels = writeRek<Tarn::uint16>(directory.file("v.rek"), largePrim, largeSec, largeTert);
     const TestSupport::ThreadCount count(2);
-    const MemoryVolumePtr<Tarn::uint16> volume(new MemoryVolume<Tarn::uint16>(Dimension<SizeType>(largePrim, largeSec, largeTert)));
-    volume->fill(0);
+    const MemoryVolumePtr<Tarn::uint16> volume = FileTest::largeVolumeOf(0);
     Tarn::Kito::Progress progress;
     std::uint8_t abort = 0;
     std::atomic<bool> finished{false};
@@ -318,8 +319,7 @@ TEST(Loader, AStopWhileAHostsVolumeIsReadInPlaceLeavesItsVoxelsFromThere)
     FileTest::TemporaryDirectory directory;
     const std::vector<Tarn::uint16> voxels = writeRek<Tarn::uint16>(directory.file("v.rek"), largePrim, largeSec, largeTert);
     const TestSupport::ThreadCount count(2);
-    const MemoryVolumePtr<Tarn::uint16> given(new MemoryVolume<Tarn::uint16>(Dimension<SizeType>(largePrim, largeSec, largeTert)));
-    given->fill(5);
+    const MemoryVolumePtr<Tarn::uint16> given = FileTest::largeVolumeOf(5);
     Loader<Tarn::uint16> loader;
     // Whether the stop comes before the last slice is the scheduler's affair; the slices after the
     // last one read are the host's either way.

@@ -125,8 +125,10 @@ TEST(RawInput, AShortFileLeavesTheRestAsItWasWithoutAFailure)
 
 // ---- volumes of several MiB, whose back half a second thread reads when the volume is new --------
 
-constexpr SizeType largePrim = 256, largeSec = 256, largeTert = 64;   // 8 MiB of Tarn::uint16
-constexpr std::size_t largeSlice = largePrim * largeSec;
+using FileTest::largePrim;
+using FileTest::largeSec;
+using FileTest::largeSlice;
+using FileTest::largeTert;
 
 TEST(RawInput, ALargeNewVolumeHoldsTheFileOnOneAndTwoThreads)
 {
@@ -151,8 +153,7 @@ TEST(RawInput, AShortFileIntoANewVolumeIsReadAsOneThreadReadsIt)
     using Reader = Tarn::Lumo::Persistence::VolumeFileInput::VolumeFromRawFileInput::Operator<MemoryVolumePtr<Tarn::uint16>>;
     const auto readInto = [&](int threads) {
         const TestSupport::ThreadCount count(threads);
-        const MemoryVolumePtr<Tarn::uint16> volume(new MemoryVolume<Tarn::uint16>(Dimension<SizeType>(largePrim, largeSec, largeTert)));
-        volume->fill(0);
+        const MemoryVolumePtr<Tarn::uint16> volume = FileTest::largeVolumeOf(0);
         std::ifstream stream(directory.file("v.raw"), std::ios::binary);
         Tarn::Kito::Progress progress;
         const std::string path = directory.file("v.raw");
@@ -174,8 +175,7 @@ TEST(RawInput, AShortFileIntoAHostsLargeVolumeLeavesItsVoxelsAfterTheEnd)
     const std::vector<Tarn::uint16> voxels = FileTest::countingVoxels<Tarn::uint16>(largeSlice * 40);
     FileTest::writeFile(directory.file("v.raw"), bytesOf(voxels));
     const TestSupport::ThreadCount count(2);
-    const MemoryVolumePtr<Tarn::uint16> given(new MemoryVolume<Tarn::uint16>(Dimension<SizeType>(largePrim, largeSec, largeTert)));
-    given->fill(9);
+    const MemoryVolumePtr<Tarn::uint16> given = FileTest::largeVolumeOf(9);
     const auto p = describe(directory.file("v.raw"), 16, 0, {0, largePrim - 1, 0, largeSec - 1, 0, largeTert - 1});
     p->outputVolume.setValue(DynamicCast<SmartPointer<Tarn::Kito::IVolume>>(given));
     apply(p);

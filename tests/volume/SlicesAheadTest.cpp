@@ -122,58 +122,61 @@ SizeType firstDifference(const Block& block, SizeType readBytes)
     return never;
 }
 
+/// A fresh block read on two threads from a file of payload bytes by the serial loop, which stops
+/// before slice stopAt or fails after slice failAt; the second thread opens secondPath, the file's
+/// own path if that is empty.
+struct TwoThreadRead {
+    explicit TwoThreadRead(SizeType payload) : file(payload) {}
+
+    void run(SizeType stopAt = never, SizeType failAt = never, const std::string& secondPath = std::string())
+    {
+        Tarn::Kito::detail::readWithSlicesAhead(block.begin, sliceBytes, sliceCount,
+                                                secondPath.empty() ? file.path : secondPath, skip, true,
+                                                SerialLoop{file.path, block.begin, stopAt, failAt, &record});
+    }
+
+    const TestSupport::ThreadCount threads{2};
+    const SliceFile file;
+    const Block block{blockBytes};
+    LoopRecord record;
+};
+
 TEST(SlicesAhead, TheBackHalfIsReadAheadAndTheBlockHoldsTheFile)
 {
-    const TestSupport::ThreadCount threads(2);
-    const SliceFile file(blockBytes);
-    const Block block(blockBytes);
-    LoopRecord record;
-    Tarn::Kito::detail::readWithSlicesAhead(block.begin, sliceBytes, sliceCount, file.path, skip, true,
-                                            SerialLoop{file.path, block.begin, never, never, &record});
-    EXPECT_TRUE(record.onCaller);
-    EXPECT_EQ(record.readItself, range(0, sliceCount / 2));
-    EXPECT_EQ(record.claimed, range(sliceCount / 2, sliceCount));
-    EXPECT_EQ(firstDifference(block, blockBytes), never);
+    TwoThreadRead read(blockBytes);
+    read.run();
+    EXPECT_TRUE(read.record.onCaller);
+    EXPECT_EQ(read.record.readItself, range(0, sliceCount / 2));
+    EXPECT_EQ(read.record.claimed, range(sliceCount / 2, sliceCount));
+    EXPECT_EQ(firstDifference(read.block, blockBytes), never);
 }
 
 TEST(SlicesAhead, AStopBeforeTheBackHalfLeavesEverySliceFromThereAsItWas)
 {
-    const TestSupport::ThreadCount threads(2);
-    const SliceFile file(blockBytes);
-    const Block block(blockBytes);
-    LoopRecord record;
-    Tarn::Kito::detail::readWithSlicesAhead(block.begin, sliceBytes, sliceCount, file.path, skip, true,
-                                            SerialLoop{file.path, block.begin, 3, never, &record});
-    EXPECT_TRUE(record.claimed.empty());
-    EXPECT_EQ(firstDifference(block, 3 * sliceBytes), never);
+    TwoThreadRead read(blockBytes);
+    read.run(3);
+    EXPECT_TRUE(read.record.claimed.empty());
+    EXPECT_EQ(firstDifference(read.block, 3 * sliceBytes), never);
 }
 
 TEST(SlicesAhead, AStopInTheBackHalfKeepsTheSlicesClaimedBeforeIt)
 {
-    const TestSupport::ThreadCount threads(2);
-    const SliceFile file(blockBytes);
-    const Block block(blockBytes);
-    LoopRecord record;
-    Tarn::Kito::detail::readWithSlicesAhead(block.begin, sliceBytes, sliceCount, file.path, skip, true,
-                                            SerialLoop{file.path, block.begin, 8, never, &record});
-    EXPECT_EQ(record.claimed, range(6, 8));
-    EXPECT_EQ(firstDifference(block, 8 * sliceBytes), never);
+    TwoThreadRead read(blockBytes);
+    read.run(8);
+    EXPECT_EQ(read.record.claimed, range(6, 8));
+    EXPECT_EQ(firstDifference(read.block, 8 * sliceBytes), never);
 }
 
 TEST(SlicesAhead, AFailureOfTheLoopPassesThroughAndWhatWasReadAheadIsCleared)
 {
-    const TestSupport::ThreadCount threads(2);
-    const SliceFile file(blockBytes);
-    const Block block(blockBytes);
-    LoopRecord record;
+    TwoThreadRead read(blockBytes);
     try {
-        Tarn::Kito::detail::readWithSlicesAhead(block.begin, sliceBytes, sliceCount, file.path, skip, true,
-                                                SerialLoop{file.path, block.begin, never, 2, &record});
+        read.run(never, 2);
         FAIL() << "the failure was lost";
     } catch (const std::invalid_argument& failure) {
         EXPECT_STREQ(failure.what(), "the loop's own text");
     }
-    EXPECT_EQ(firstDifference(block, 3 * sliceBytes), never);
+    EXPECT_EQ(firstDifference(read.block, 3 * sliceBytes), never);
 }
 
 /// The file ends inside the second slice of the back half: the second thread gives up there, and
@@ -181,45 +184,33 @@ TEST(SlicesAhead, AFailureOfTheLoopPassesThroughAndWhatWasReadAheadIsCleared)
 /// after it.
 TEST(SlicesAhead, AFileThatEndsInTheBackHalfIsReadAsFarAsItGoes)
 {
-    const TestSupport::ThreadCount threads(2);
     const SizeType payload = 7 * sliceBytes + 1234;
-    const SliceFile file(payload);
-    const Block block(blockBytes);
-    LoopRecord record;
-    Tarn::Kito::detail::readWithSlicesAhead(block.begin, sliceBytes, sliceCount, file.path, skip, true,
-                                            SerialLoop{file.path, block.begin, never, never, &record});
-    EXPECT_EQ(record.claimed, std::vector<SizeType>{6});
-    EXPECT_EQ(record.readItself, (std::vector<SizeType>{0, 1, 2, 3, 4, 5, 7, 8, 9, 10, 11}));
-    EXPECT_EQ(firstDifference(block, payload), never);
+    TwoThreadRead read(payload);
+    read.run();
+    EXPECT_EQ(read.record.claimed, std::vector<SizeType>{6});
+    EXPECT_EQ(read.record.readItself, (std::vector<SizeType>{0, 1, 2, 3, 4, 5, 7, 8, 9, 10, 11}));
+    EXPECT_EQ(firstDifference(read.block, payload), never);
 }
 
 /// The file ends before the back half: the second thread reads nothing, and the slices it was to
 /// read stay as they were.
 TEST(SlicesAhead, AFileThatEndsInTheFrontHalfLeavesTheBackHalfAsItWas)
 {
-    const TestSupport::ThreadCount threads(2);
     const SizeType payload = 2 * sliceBytes + 10;
-    const SliceFile file(payload);
-    const Block block(blockBytes);
-    LoopRecord record;
-    Tarn::Kito::detail::readWithSlicesAhead(block.begin, sliceBytes, sliceCount, file.path, skip, true,
-                                            SerialLoop{file.path, block.begin, never, never, &record});
-    EXPECT_TRUE(record.claimed.empty());
-    EXPECT_EQ(firstDifference(block, payload), never);
+    TwoThreadRead read(payload);
+    read.run();
+    EXPECT_TRUE(read.record.claimed.empty());
+    EXPECT_EQ(firstDifference(read.block, payload), never);
 }
 
 /// A second thread that cannot open its file leaves every slice to the loop.
 TEST(SlicesAhead, ASecondThreadWithoutItsFileLeavesEverySliceToTheLoop)
 {
-    const TestSupport::ThreadCount threads(2);
-    const SliceFile file(blockBytes);
-    const Block block(blockBytes);
-    LoopRecord record;
-    Tarn::Kito::detail::readWithSlicesAhead(block.begin, sliceBytes, sliceCount, file.path + ".missing", skip, true,
-                                            SerialLoop{file.path, block.begin, never, never, &record});
-    EXPECT_TRUE(record.claimed.empty());
-    EXPECT_EQ(record.readItself, range(0, sliceCount));
-    EXPECT_EQ(firstDifference(block, blockBytes), never);
+    TwoThreadRead read(blockBytes);
+    read.run(never, never, read.file.path + ".missing");
+    EXPECT_TRUE(read.record.claimed.empty());
+    EXPECT_EQ(read.record.readItself, range(0, sliceCount));
+    EXPECT_EQ(firstDifference(read.block, blockBytes), never);
 }
 
 /// A block that is not fresh, one thread, a small block, offsets beyond a stream's, or a parallel
@@ -258,17 +249,13 @@ TEST(SlicesAhead, NoSecondThreadWhereItMayNotOrNeedNotHelp)
 /// take bytes meant for the loop once one came.
 TEST(SlicesAhead, APipeIsReadByTheLoopAlone)
 {
-    const TestSupport::ThreadCount threads(2);
-    const SliceFile file(blockBytes);
-    const std::string pipe = file.path + ".pipe";
+    TwoThreadRead read(blockBytes);
+    const std::string pipe = read.file.path + ".pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const Block block(blockBytes);
-    LoopRecord record;
-    Tarn::Kito::detail::readWithSlicesAhead(block.begin, sliceBytes, sliceCount, pipe, skip, true,
-                                            SerialLoop{file.path, block.begin, never, never, &record});
+    read.run(never, never, pipe);
     std::filesystem::remove(pipe);
-    EXPECT_TRUE(record.claimed.empty());
-    EXPECT_EQ(firstDifference(block, blockBytes), never);
+    EXPECT_TRUE(read.record.claimed.empty());
+    EXPECT_EQ(firstDifference(read.block, blockBytes), never);
 }
 
 /// A volume is fresh for a read when the output check makes it: none given, or one whose block

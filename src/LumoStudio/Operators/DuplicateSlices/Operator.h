@@ -83,7 +83,7 @@ public:
     }
 
 private:
-    using Slice = Tarn::Kito::VolumePtr<Voxel, Tarn::Kito::Allocator::SingleBlockAllocator>;
+    using Slice = Result;   // a volume of one slice
     /// The memory axis of the result along which the slice repeats.
     enum class Axis { prim, sec, tert };
 
@@ -119,7 +119,6 @@ private:
     /// parallel copy would; the bytes are the same on any number of threads.
     static void repeat(const typename Slice::element_type& slice, typename Result::element_type& result, Axis along)
     {
-        using Tarn::Kito::SizeType;
         const Voxel* const from = slice.getIterator();
         Voxel* const to = result.getIterator();
         const auto nPrim = static_cast<std::int64_t>(result.getDimPrim());
@@ -139,16 +138,16 @@ private:
                 for (std::int64_t s = 0; s < nSec; ++s)
                     std::memcpy(to + (t * nSec + s) * nPrim, from + t * nPrim, rowBytes);
         } else {
-            // Each voxel of the slice fills one row of the result. The fill goes through an
-            // unsigned integer of the voxel's size, so that a float's bits pass unchanged.
+            // Each voxel of the slice fills one row of the result. The bits are moved as bytes,
+            // never as a float, so that a signalling NaN passes unchanged.
             using Bits = typename UnsignedOfSize<sizeof(Voxel)>::type;
 #pragma omp parallel for schedule(static) collapse(2)
             for (std::int64_t t = 0; t < nTert; ++t)
                 for (std::int64_t s = 0; s < nSec; ++s) {
                     Bits value;
                     std::memcpy(&value, from + t * nSec + s, sizeof(Voxel));
-                    Bits* const row = reinterpret_cast<Bits*>(to + (t * nSec + s) * nPrim);
-                    for (std::int64_t p = 0; p < nPrim; ++p) row[p] = value;
+                    Voxel* const row = to + (t * nSec + s) * nPrim;
+                    for (std::int64_t p = 0; p < nPrim; ++p) std::memcpy(row + p, &value, sizeof(Voxel));
                 }
         }
     }
